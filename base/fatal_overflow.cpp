@@ -1,0 +1,5 @@
+#include <cstdlib>
+
+#include "base/checked_math.h"
+
+void FatalOverflow() { std::abort(); }

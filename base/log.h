@@ -1,0 +1,27 @@
+#ifndef ZU_BASE_LOG_H_
+#define ZU_BASE_LOG_H_
+
+#include <android/log.h>
+
+// Each .cpp defines its LOG_TAG before it includes this header. A message whose bit of `debug_level` is off costs one
+// test: its arguments are not evaluated and must therefore have no effects.
+
+extern int debug_level;
+
+constexpr int kLogErrors = 1;  // errors, warnings and notices
+constexpr int kLogDebug = 2;
+constexpr int kLogVerbose = 4;
+constexpr int kLogTrace = 8;  // every read of the source
+
+#define AVI_LOG_IF(bit, prio, ...)                                              \
+  do {                                                                          \
+    if (debug_level & (bit)) __android_log_print((prio), LOG_TAG, __VA_ARGS__); \
+  } while (0)
+#define AVI_LOGE(...) AVI_LOG_IF(kLogErrors, ANDROID_LOG_ERROR, __VA_ARGS__)
+#define AVI_LOGW(...) AVI_LOG_IF(kLogErrors, ANDROID_LOG_WARN, __VA_ARGS__)
+#define AVI_LOGI(...) AVI_LOG_IF(kLogErrors, ANDROID_LOG_INFO, __VA_ARGS__)
+#define AVI_LOGD(...) AVI_LOG_IF(kLogDebug, ANDROID_LOG_DEBUG, __VA_ARGS__)
+#define AVI_LOGV(...) AVI_LOG_IF(kLogVerbose, ANDROID_LOG_VERBOSE, __VA_ARGS__)
+#define AVI_LOGT(...) AVI_LOG_IF(kLogTrace, ANDROID_LOG_VERBOSE, __VA_ARGS__)
+
+#endif  // ZU_BASE_LOG_H_
