@@ -1,0 +1,192 @@
+#define LOG_TAG "AVIFileParser"
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "avifile/avi_file_parser.h"
+#include "avifile/riff_header.h"
+#include "base/bytes.h"
+#include "base/checked_math.h"
+#include "base/log.h"
+
+namespace {
+
+constexpr size_t kHeaderBytes = 24;
+constexpr uint8_t AVI_INDEX_OF_INDEXES = 0;
+constexpr uint8_t AVI_INDEX_OF_CHUNKS = 1;
+// wLongsPerEntry and bIndexSubType of a field index, as the header's first word holds them.
+constexpr uint32_t AVI_NEWIDX_INDEX_2FIELD = 1;
+constexpr uint32_t kFieldIndexWord = AVI_NEWIDX_INDEX_2FIELD << 16 | sizeof(SAVIFieldIndexEntry) / 4;
+constexpr uint32_t kSuperEntryBytes = 16;
+// Room above the base for any 32-bit offset, so that a position never leaves the signed range.
+constexpr uint64_t kMaxBaseOffset = static_cast<uint64_t>(std::numeric_limits<int64_t>::max()) - (uint64_t{1} << 32);
+
+}  // namespace
+
+struct CAVIFileParser::NewIndexHeader {
+  uint32_t dwFirstWord;  // wLongsPerEntry, bIndexSubType, bIndexType
+  uint32_t nEntriesInUse;
+  uint32_t dwChunkId;
+  uint64_t qwBaseOffset;  // of chunk indexes
+  uint32_t EntryBytes() const { return (dwFirstWord & 0xFFFF) * 4; }
+  uint8_t IndexType() const { return static_cast<uint8_t>(dwFirstWord >> 24); }
+  uint64_t TableBytes() const { return uint64_t{EntryBytes()} * nEntriesInUse; }
+};
+
+SIndex* CAVIFileParser::ParseChunkNewIdx(long offset, unsigned int size, SIndex* pIndex) {
+  SIndex* index = pIndex;
+  if (ReadNewIndex(offset, size, 1, &index)) return index;
+  FreeIndex(index);
+  return nullptr;
+}
+
+// The functions below return false for "no index any more"; whoever holds the record then frees it, once.
+
+bool CAVIFileParser::ReadNewIndex(long offset, unsigned int size, int level, SIndex** index) {
+  if (size == 0) {
+    AVI_LOGE("[ParseChunkNewIdx] ParseChunkNewIdx dwsize = 0 ");
+    return false;
+  }
+  uint8_t raw[kHeaderBytes];
+  if (m_pReader->AVI_fread(raw, kHeaderBytes, 1) < static_cast<int>(kHeaderBytes)) {
+    AVI_LOGE("[ParseChunkNewIdx] dwSize : %lu", static_cast<unsigned long>(size));
+    m_pReader->AVI_fseek(size, 1);
+    return false;
+  }
+  const NewIndexHeader header{LoadLe32(raw), LoadLe32(raw + 4), LoadLe32(raw + 8), LoadLe64(raw + 12)};
+  if (SAVIStream* stream = Stream(StreamNumber(header.dwChunkId))) stream->dwChunkId = header.dwChunkId;
+
+  bool ok = true;
+  if (header.IndexType() == AVI_INDEX_OF_CHUNKS) {
+    ok = ReadChunkIndex(header, offset, index);
+  } else if (header.IndexType() == AVI_INDEX_OF_INDEXES && level < AVI_MAX_INDEX_LEVELS) {
+    ok = ReadSuperIndex(header, offset, level, index);
+  }
+  m_pReader->AVI_fseek(CheckedAdd<long>(offset, size), 0);
+  return ok;
+}
+
+bool CAVIFileParser::ReadChunkIndex(const NewIndexHeader& header, long offset, SIndex** index) {
+  const uint32_t entryBytes = header.EntryBytes();
+  const bool isField = (header.dwFirstWord & 0xFFFFFF) == kFieldIndexWord;
+  int nRead = 0;
+  MallocPtr<uint8_t> table;
+  if (!isField && entryBytes != sizeof(SAVIStdIndexEntry)) {
+    AVI_LOGE("ERROR! ParseChunkNewIdx()AVI_INDEX_OF_CHUNKS (%d) SAVIFieldIndexEntry (%d) SAVIStdIndexEntry (%d)",
+             static_cast<int>(entryBytes), static_cast<int>(sizeof(SAVIFieldIndexEntry)),
+             static_cast<int>(sizeof(SAVIStdIndexEntry)));
+  } else if (header.qwBaseOffset <= kMaxBaseOffset) {
+    if (isField) {
+      AVI_LOGV("[ParseChunkNewIdx] AVI_NEWIDX_INDEX_OF_CHUNKS - AVI_NEWIDX_INDEX_2FIELD");
+    } else {
+      AVI_LOGV("[ParseChunkNewIdx] AVI_NEWIDX_INDEX_OF_CHUNKS - STANDARD INDEX ");
+    }
+    table = AllocIndexTable(header, offset);
+    if (table) {
+      nRead = m_pReader->AVI_fread(table.get(), static_cast<unsigned int>(header.TableBytes()), 1);
+    } else if (isField) {
+      AVI_LOGW("[AVI] aFieldIdx allocate fail -> ParseChunkNewIdx");
+    } else {
+      AVI_LOGW("[AVI] aStdIdx allocate fail -> ParseChunkNewIdx");
+    }
+  }
+  if (nRead < 1) {
+    AVI_LOGW("[AVI] aFieldIdx/aStdIdx fread fail -> ParseChunkNewIdx :: nRead(%d)", nRead);
+    return true;  // the index stays as it was
+  }
+  return AddEntries(header, {table.get(), static_cast<size_t>(nRead)}, index);
+}
+
+bool CAVIFileParser::AddEntries(const NewIndexHeader& header, ByteSpan table, SIndex** index) {
+  // More entries than the file has room for chunks: super entries that repeat one chunk index.
+  const uint64_t held = *index ? (*index)->dwIdxNum : 0;
+  if (held + header.nEntriesInUse > RestOfFile(0, AVI_MAX_STREAM_TABLE) / AVI_NEW_ENTRY_BYTES) return true;
+  if (!*index) {
+    *index = AllocZeroed<SIndex>(1).release();  // the caller's
+    if (!*index) {
+      AVI_LOGE("[AVI] pIndex allocate Error -> ParseChunkNewIdx");
+      return false;
+    }
+    (*index)->bOwnsEntries = 1;
+  }
+
+  // Of a table cut short only the whole entries count.
+  const uint32_t entryBytes = header.EntryBytes();
+  const uint32_t count = static_cast<uint32_t>(table.size() / entryBytes);
+  SIndex& all = **index;
+  const size_t room = size_t{all.dwIdxNum} + count;
+  void* grown = std::realloc(all.aIdx, std::max<size_t>(room, 1) * sizeof(SIndexEntry));
+  if (!grown) return false;
+  all.aIdx = static_cast<SIndexEntry*>(grown);
+  std::memset(all.aIdx + all.dwIdxNum, 0, size_t{count} * sizeof(SIndexEntry));
+  for (uint32_t i = 0; i < count; ++i) {
+    const uint8_t* raw = table.data() + size_t{i} * entryBytes;
+    matching_idx(static_cast<int>(i), &all, static_cast<long>(header.qwBaseOffset), LoadLe32(raw), LoadLe32(raw + 4));
+  }
+  all.dwIdxNum = CheckedAdd<uint32_t>(all.dwIdxNum, count);
+  return true;
+}
+
+bool CAVIFileParser::ReadSuperIndex(const NewIndexHeader& header, long offset, int level, SIndex** index) {
+  if (header.EntryBytes() != kSuperEntryBytes) {
+    AVI_LOGE("ERROR! ParseChunkNewIdx()AVI_INDEX_OF_INDEXES (%d) != (%d)", static_cast<int>(header.EntryBytes()),
+             static_cast<int>(kSuperEntryBytes));
+    return true;
+  }
+  const long fileLength = m_pReader->AVI_FileLength_hdl();
+  MallocPtr<uint8_t> table = AllocIndexTable(header, offset);
+  if (!table) {
+    AVI_LOGE("[AVI] aSupIdx allocate Error -> ParseChunkNewIdx");
+    return false;
+  }
+  const int nRead = m_pReader->AVI_fread(table.get(), static_cast<unsigned int>(header.TableBytes()), 1);
+  if (nRead < 1) {
+    AVI_LOGW("[AVI] aSupIdx fread fail -> ParseChunkNewIdx :: nRead(%d)", nRead);
+    return true;
+  }
+  const size_t whole = static_cast<size_t>(nRead) / kSuperEntryBytes * kSuperEntryBytes;
+  const ByteSpan entries{table.get(), whole};
+  if (HasSuffix(header.dwChunkId, 'd', 'c') || HasSuffix(header.dwChunkId, 'd', 'b')) SetPlayTime(entries);
+  return ReadChunkIndexes(entries, static_cast<uint64_t>(std::max(fileLength, 0L)), level, index);
+}
+
+bool CAVIFileParser::ReadChunkIndexes(ByteSpan table, uint64_t fileLength, int level, SIndex** index) {
+  for (; !table.empty(); table = table.subspan(kSuperEntryBytes)) {
+    const uint64_t position = LoadLe64(table.data());
+    m_pReader->AVI_fseek(static_cast<long>(position), 0);
+    SRIFF riff;
+    const int nRead = ReadRiffHeader(m_pReader, &riff);
+    if (nRead <= 0) {
+      AVI_LOGE("[AVI] sRiff fread fail -> ParseChunkNewIdx :: nRead(%d)", nRead);
+      return true;  // what was gathered is kept
+    }
+    m_pReader->AVI_fseek(-4, 1);
+    uint64_t end;
+    if (__builtin_add_overflow(position, uint64_t{riff.dwSize} + 8, &end) || end > fileLength) return false;
+    // An index chunk that added nothing to nothing ends the walk like one that failed.
+    if (!ReadNewIndex(static_cast<long>(position + 8), riff.dwSize, level + 1, index) || !*index) return false;
+  }
+  return true;
+}
+
+void CAVIFileParser::SetPlayTime(ByteSpan superTable) {
+  uint64_t frames = 0;
+  for (size_t at = 0; at < superTable.size(); at += kSuperEntryBytes) frames += LoadLe32(superTable.data() + at + 12);
+  dwPlayTime = Truncate<uint32_t>(static_cast<double>(frames) * m_dwMicroSecPerFrame / 1000.0);
+}
+
+MallocPtr<uint8_t> CAVIFileParser::AllocIndexTable(const NewIndexHeader& header, long offset) const {
+  const uint64_t position = static_cast<uint64_t>(offset) + kHeaderBytes;
+  const uint64_t rest = std::min<uint64_t>(RestOfFile(position, AVI_MAX_STREAM_TABLE), AVI_MAX_READ);
+  if (header.TableBytes() > rest) return nullptr;
+  return AllocZeroed<uint8_t>(header.TableBytes());
+}
+
+__attribute__((visibility("default"))) void matching_idx(int i, SIndex* pIndex, long base, unsigned int offset,
+                                                         unsigned int size) {
+  if (!pIndex) return;
+  const size_t at = static_cast<size_t>(pIndex->dwIdxNum + static_cast<int64_t>(i));
+  pIndex->aIdx[at].qwOffset = static_cast<uint64_t>(base) + offset;
+  pIndex->aIdx[at].dwSize = size;
+  pIndex->dwMaxChunkSize = std::max(pIndex->dwMaxChunkSize, size & kChunkSizeMask);
+}

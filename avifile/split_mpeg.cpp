@@ -1,0 +1,122 @@
+#define LOG_TAG "AVIFileParser"
+#include <algorithm>
+#include <cstring>
+
+#include "avifile/avi_file_parser.h"
+#include "base/bytes.h"
+#include "base/checked_math.h"
+#include "base/log.h"
+
+// Some writers cut MPEG-1/2 video into chunks without regard to pictures. Such chunks are joined again, and delivered
+// from picture start to picture start.
+
+namespace {
+
+constexpr uint8_t kPictureStart = 0x00;    // ISO/IEC 11172-2, 13818-2: picture_start_code
+constexpr uint8_t kSequenceHeader = 0xB3;  // sequence_header_code
+constexpr uint32_t kProbeBytes = 5;
+
+bool StartsPictureOrSequence(const uint8_t* bytes, int count) {
+  if (count < 4 || bytes[0] != 0 || bytes[1] != 0 || bytes[2] != 1) return false;
+  return bytes[3] == kPictureStart || bytes[3] == kSequenceHeader;
+}
+
+}  // namespace
+
+int CAVIFileParser::CheckSplitVideo(const SAVIStream* record, unsigned int* piRead) {
+  if (m_bSplitChecked) return AVI_OK;
+  int chunks = 0;
+  int starts = 0;
+  for (uint32_t i = 0; i < std::min(AVI_SPLIT_PROBE, IndexCount(record)); ++i) {
+    const SIndexEntry& entry = record->pIndex->aIdx[i];
+    if (ChunkSize(entry) == 0) continue;
+    ++chunks;
+    m_pReader->AVI_fseek(static_cast<long>(entry.qwOffset), 0);
+    uint8_t head[kProbeBytes];
+    const int nRead = ReadPayload(head, kProbeBytes);
+    if (nRead < 0) return FailedRead(nRead, piRead);
+    if (StartsPictureOrSequence(head, nRead)) ++starts;
+  }
+  if (chunks != starts) {
+    if (!m_pSplitBuf) m_pSplitBuf = AllocZeroed<uint8_t>(AVI_SPLIT_BYTES).release();  // freed by Destroy
+    if (!m_pSplitBuf) {
+      *piRead = 0;
+      return AVI_OUT_OF_MEMORY;
+    }
+    m_bSplitVideo = true;
+    AVI_LOGV("[GetNextData] MPEG2 split video stream, CheckCnt:%d, CheckStartCnt:%d", chunks, starts);
+  }
+  m_bSplitChecked = true;
+  return AVI_OK;
+}
+
+int CAVIFileParser::ReadSplit(SAVIStream* record, const SIndexEntry& entry, char* buf, unsigned int nBufLen,
+                              unsigned int* piRead, unsigned int* piTimeStamp) {
+  if (!m_pSplitBuf) return EndOfData(piRead, piTimeStamp);
+  const uint32_t chunkSize = ChunkSize(entry);
+  const uint32_t before = record->dwCurrIdx;
+  record->dwCurrIdx = CheckedAdd<uint32_t>(before, 1u);
+  if (chunkSize > AVI_SPLIT_BYTES - m_nSplitBufLen) {
+    AVI_LOGE("[GetNextData] split video buffer full, dropped:%ld, dwChunkSize:%ld", static_cast<long>(m_nSplitBufLen),
+             static_cast<long>(chunkSize));
+    DropSplitFront(m_nSplitBufLen);
+    if (chunkSize > AVI_SPLIT_BYTES) {
+      *piRead = 0;
+      *piTimeStamp = 0;
+      return AVI_OK;
+    }
+  }
+  m_pReader->AVI_fseek(static_cast<long>(entry.qwOffset), 0);
+  const int nRead = ReadPayload(m_pSplitBuf + m_nSplitBufLen, chunkSize);
+  if (nRead < 0) {
+    record->dwCurrIdx = before;
+    return FailedRead(nRead, piRead);
+  }
+  m_nSplitBufLen += static_cast<uint32_t>(nRead);
+
+  uint32_t start = 0;
+  uint32_t end = m_nSplitBufLen;
+  if (record->dwCurrIdx < IndexCount(record)) {
+    const int32_t last = FindLastPicture();
+    if (last < 0) {
+      AVI_LOGE("[GetNextData] Can't find EndPosition, StartPosition:%d", m_nSplitStart);
+      *piRead = 0;
+      *piTimeStamp = 0;
+      return AVI_OK;
+    }
+    start = static_cast<uint32_t>(m_nSplitStart);
+    end = static_cast<uint32_t>(last);
+  }
+
+  const uint32_t size = end - start;
+  const bool fits = size <= nBufLen;
+  if (fits && size) std::memcpy(buf, m_pSplitBuf + start, size);
+  DropSplitFront(end);
+  if (!fits) return EndOfData(piRead, piTimeStamp);
+  *piRead = size;
+  record->dwTotalBytes = CheckedAdd<uint64_t>(record->dwTotalBytes, size);
+  return EmptyRead(chunkSize, piRead, piTimeStamp);
+}
+
+int32_t CAVIFileParser::FindLastPicture() {
+  // Bytes searched before are searched again only where a start code may have been cut in two.
+  ptrdiff_t from = m_nSplitScanned > 3 ? ptrdiff_t{m_nSplitScanned} - 3 : 0;
+  const ByteSpan held{m_pSplitBuf, m_nSplitBufLen};
+  ptrdiff_t last = kNotFound;
+  for (ptrdiff_t at; (at = FindStartCode(held, kPictureStart, from, m_nSplitBufLen)) != kNotFound; from = at + 1) {
+    if (m_nSplitStart < 0) {
+      m_nSplitStart = static_cast<int32_t>(at);
+    } else if (at > m_nSplitStart) {
+      last = at;
+    }
+  }
+  m_nSplitScanned = m_nSplitBufLen;
+  return static_cast<int32_t>(last);
+}
+
+void CAVIFileParser::DropSplitFront(uint32_t count) {
+  m_nSplitBufLen -= count;
+  if (m_nSplitBufLen) std::memmove(m_pSplitBuf, m_pSplitBuf + count, m_nSplitBufLen);
+  m_nSplitScanned = 0;
+  m_nSplitStart = -1;
+}
