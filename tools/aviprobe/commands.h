@@ -1,0 +1,36 @@
+#ifndef ZU_TOOLS_AVIPROBE_COMMANDS_H_
+#define ZU_TOOLS_AVIPROBE_COMMANDS_H_
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/aviprobe/host.h"
+
+// Every command prints on stdout and returns the exit code of the tool: 0, or 1 when something was wrong with a file,
+// which it has reported by then.
+
+/// What the file holds, track by track. A file that does not open keeps none of the others from being shown.
+int RunInfo(const Host& host, const std::vector<std::string>& files);
+
+struct SPacketsOptions {
+  std::string sFile;
+  std::optional<uint32_t> nTrack;  ///< only this track
+  bool bHash = false;
+  bool bSummary = false;  ///< a line per track instead of one per unit
+};
+/// Every unit that the library delivers, and totals.
+int RunPackets(const Host& host, const SPacketsOptions& options);
+
+struct SSeekOptions {
+  std::string sFile;
+  unsigned long nAtMs = 0;
+  int nMode = 0;                   ///< see IParser::Seek
+  std::string sKind = "video";     ///< "video" or "audio"
+  std::optional<uint32_t> nTrack;  ///< empty: the first one of that kind
+};
+/// Where a seek lands: the next unit after it.
+int RunSeek(const Host& host, const SSeekOptions& options);
+
+#endif  // ZU_TOOLS_AVIPROBE_COMMANDS_H_

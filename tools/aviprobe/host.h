@@ -1,0 +1,106 @@
+#ifndef ZU_TOOLS_AVIPROBE_HOST_H_
+#define ZU_TOOLS_AVIPROBE_HOST_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "tools/aviprobe/file_source.h"
+#include "tools/aviprobe/host_error.h"
+#include "tools/aviprobe/parser_library.h"
+
+/// What the user chose for all commands.
+struct SHostOptions {
+  std::string sLibrary;       ///< path of the parser library, empty: look for it
+  int nVerbosity = 0;         ///< see ParserLibrary
+  bool bStreaming = false;    ///< hide the files' lengths from the parser
+  size_t nBuffer = 4u << 20;  ///< bytes that a unit may have
+  bool bJson = false;         ///< print JSON, one record a line
+};
+
+/// One access unit. `payload` lies in the host's buffer and lasts until the next pull.
+struct SUnit {
+  std::span<const uint8_t> payload;
+  unsigned long nTimeMs;
+};
+
+enum class Ending {
+  kEndOfTrack,
+  kFailed,   ///< the parser returned an error
+  kStalled,  ///< success without bytes, too often in a row
+  kStopped,  ///< the callback wanted no more
+};
+
+struct SPullResult {
+  Ending ending;
+  int nStatus;           ///< the parser's last status
+  uint64_t nEmptyReads;  ///< successes without bytes
+};
+
+/// A file opened through the parser.
+class MediaFile {
+ public:
+  /// @throw HostError that starts with the file's name.
+  MediaFile(const ParserLibrary& library, const std::string& path, bool streaming);
+
+  IParser& Parser() const { return *m_pParser; }
+  const std::string& Path() const { return m_sPath; }
+
+  /// Milliseconds.
+  unsigned long Duration() const;
+  uint32_t TrackCount() const { return m_nTracks; }
+  /// The record of a track below TrackCount(); one of no type when the parser has none.
+  const TrackInfo& Track(uint32_t track) const;
+  /// Whether the parser can be made to deliver this track: of several video tracks it plays the first.
+  bool Plays(uint32_t track) const;
+  /// The first track of a type that the parser plays.
+  std::optional<uint32_t> FirstTrack(uint32_t trackType) const;
+  /// Tells the parser which track of its type to play from now on. Moves no cursor.
+  void Select(uint32_t track) const;
+
+ private:
+  std::string m_sPath;
+  std::unique_ptr<FileSource> m_pSource;
+  ParserHandle m_pParser;  // after the source, which it reads until it is closed
+  uint32_t m_nTracks;
+};
+
+/// The library with the host's buffer: what every command works with.
+class Host {
+ public:
+  /// @throw HostError when the library cannot be loaded.
+  explicit Host(const SHostOptions& options);
+
+  /// @throw HostError that starts with the file's name.
+  MediaFile Open(const std::string& path) const { return MediaFile(m_Library, path, m_Options.bStreaming); }
+
+  /// Pulls the units of one type of track, from where the parser stands, until `onUnit` returns false or no more come.
+  SPullResult Pull(const MediaFile& file, uint32_t trackType, const std::function<bool(const SUnit&)>& onUnit) const;
+
+  std::span<uint8_t> Buffer() const { return {m_pBuffer.get(), m_Options.nBuffer}; }
+  bool Json() const { return m_Options.bJson; }
+
+ private:
+  SHostOptions m_Options;
+  ParserLibrary m_Library;
+  std::unique_ptr<uint8_t[]> m_pBuffer;
+};
+
+/// Hash of no bytes.
+constexpr uint64_t kHashStart = 0xCBF29CE484222325u;
+/// FNV-1a of 64 bits, carried on from `hash`.
+uint64_t Hash(std::span<const uint8_t> bytes, uint64_t hash = kHashStart);
+
+/// One line on stderr, after all that was printed before.
+void PrintError(const std::string& message);
+/// Why a pull ended, for an error message; empty after the end of the track or when the callback stopped it.
+std::string Trouble(const SPullResult& result);
+/// The same as one word for programs.
+const char* EndingName(Ending ending);
+
+#endif  // ZU_TOOLS_AVIPROBE_HOST_H_
