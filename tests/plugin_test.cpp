@@ -1,0 +1,230 @@
+// The library as a host meets it: loaded by name, called through the numbers of its slots.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+#include "tests/support/host.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/sources.h"
+#include "zu_parser_avi/sample_index.h"
+
+namespace {
+
+template <typename T>
+T* Symbol(const char* name) {
+  static void* const library = dlopen(ZU_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL);
+  if (!library) throw std::runtime_error(dlerror());
+  void* const symbol = dlsym(library, name);
+  if (!symbol) throw std::runtime_error(dlerror());
+  return reinterpret_cast<T*>(symbol);
+}
+
+IParser* Create() { return Symbol<IParser*()>("createParser")(); }
+void Destroy(IParser* parser) { Symbol<void(IParser*)>("destroyParser")(parser); }
+const ParserFactory kPlugin = {Create, Destroy};
+
+// A host that knows no more of IParser than the order of its operations. The argument types decide the call, so they
+// have to be exact.
+template <typename Result, typename... Args>
+#if defined(__clang__)
+__attribute__((no_sanitize("function")))
+#endif
+Result
+Slot(IParser* parser, size_t number, Args... args) {
+  void** table;
+  std::memcpy(&table, static_cast<void*>(parser), sizeof table);
+  return reinterpret_cast<Result (*)(IParser*, Args...)>(table[number])(parser, args...);
+}
+
+template <typename T>
+T At(const void* record, size_t offset) {
+  T value;
+  std::memcpy(&value, static_cast<const char*>(record) + offset, sizeof value);
+  return value;
+}
+
+enum Streams : int { kText, kVideo, kAudio };
+
+AviFile Movie() {
+  return AviBuilder()
+      .Video({.fourcc = "DXSB"})
+      .Video({.fourcc = "XVID", .width = 640, .height = 352, .extra = {'V', 'O', 'L'}},
+             {.scale = 1001, .rate = 24000, .length = 4})
+      .Audio(
+          {.tag = 0xFF, .rate = 48000, .bytesPerSecond = 16000, .blockAlign = 1024, .bits = 0, .extra = {0x11, 0x90}},
+          StreamHeader{.scale = 1024, .rate = 48000})
+      .Chunk(kVideo, "I0")
+      .Chunk(kAudio, "a0")
+      .Chunk(kText, "[t0]")
+      .Chunk(kVideo, "P1", false)
+      .Chunk(kAudio, "a1")
+      .Chunk(kVideo, "I2")
+      .Chunk(kVideo, "P3", false)
+      .OldIndex()
+      .Build();
+}
+
+TEST(Plugin, EverySlotOfTheParserAnswersAtItsNumber) {
+  MemorySource source(Movie());
+  IParser* const parser = Create();
+  EXPECT_STREQ(Slot<const char*>(parser, 24), "AVIParser");
+  EXPECT_EQ(Slot<int>(parser, 4), 0);
+  ASSERT_EQ(Slot<int>(parser, 2, static_cast<IDataSource*>(&source)), 0);
+  EXPECT_EQ(source.calls, "PS");
+
+  EXPECT_EQ(Slot<int>(parser, 4), 3);
+  unsigned long ms = ~0ul, len = ~0ul;
+  EXPECT_EQ(Slot<int>(parser, 5, &ms), 0);
+  EXPECT_EQ(ms, 166u);  // 4 frames of 1001 / 24000 s
+  const auto text = Slot<const void*>(parser, 6, static_cast<unsigned long>(kText));
+  EXPECT_EQ(At<uint32_t>(text, 0), 3u);
+  EXPECT_EQ(At<uint32_t>(text, 4), 100u);
+
+  unsigned char buf[64] = {};
+  const unsigned long size = sizeof buf;
+  len = 0;
+  EXPECT_EQ(Slot<int>(parser, 8, &buf[0], &len, 1ul), AVI_ERROR);
+  EXPECT_EQ(len, 2u);
+  EXPECT_EQ(Slot<int>(parser, 8, &buf[0], &len, 2ul), 0);
+  EXPECT_EQ(Bytes(buf, buf + len), (Bytes{0x11, 0x90}));
+  EXPECT_EQ(Slot<int>(parser, 10, &buf[0], &len, size), 0);
+  EXPECT_EQ(std::string(buf, buf + len), "VOL");
+
+  const auto pull = [&](size_t slot, auto... keyOnly) {
+    len = ms = 77;
+    const int status = Slot<int>(parser, slot, &buf[0], &len, &ms, size, keyOnly...);
+    return Unit(Bytes(buf, buf + len), static_cast<uint32_t>(ms), status);
+  };
+  EXPECT_EQ(pull(9), Unit("a0", 0));
+  EXPECT_EQ(pull(9), Unit("a1", 21));
+  EXPECT_EQ(pull(9), End());
+  EXPECT_EQ(pull(11, false), Unit("I0", 0));
+  EXPECT_EQ(pull(11, true), Unit("I2", 83));
+  EXPECT_EQ(pull(11, false), Unit("P3", 125));
+  EXPECT_EQ(pull(26), Unit("[t0]", 77));  // a text sample's time is the host's own
+  EXPECT_EQ(pull(26), End());
+
+  EXPECT_EQ(Slot<unsigned int>(parser, 22, 42ul), 83u);
+  EXPECT_EQ(Slot<int>(parser, 12, 90ul, 1, 0), 0);
+  EXPECT_EQ(pull(11, false), Unit("I2", 83));
+  EXPECT_EQ(Slot<int>(parser, 12, 0ul, 2, 0), 0);
+  EXPECT_EQ(pull(9), Unit("a0", 0));
+  EXPECT_EQ(Slot<int>(parser, 13), 0);
+  EXPECT_EQ(Slot<int>(parser, 14, int{kAudio}), 0);
+  EXPECT_EQ(Slot<int>(parser, 15, int{kText}), 0);
+  EXPECT_EQ(Slot<int>(parser, 16, static_cast<unsigned short>(1), 2ul), 0);
+
+  EXPECT_EQ(Slot<int>(parser, 23), 0);
+  EXPECT_EQ(Slot<int>(parser, 4), 0);
+  EXPECT_STREQ(Slot<const char*>(parser, 24), "AVIParser");
+  Slot<void>(parser, 1);  // deletes
+}
+
+TEST(Plugin, TheOtherSlotsAnswerNothing) {
+  MemorySource source(Movie());
+  OpenedParser opened(&source, AVI_OK, kPlugin);
+  IParser* const parser = opened;
+  const size_t reads = source.reads.size();
+  void* const none = nullptr;
+  char text[4] = "abc";
+  unsigned long n = 77;
+  IDataSource* const other = &source;
+
+  EXPECT_EQ(Slot<int>(parser, 3, other, none), 0);
+  EXPECT_EQ(Slot<void*>(parser, 7), nullptr);
+  EXPECT_EQ(Slot<char*>(parser, 17, "title", &text[0], 4ul), nullptr);
+  EXPECT_EQ(Slot<char*>(parser, 18, 1, none, &n), nullptr);
+  EXPECT_EQ(Slot<char*>(parser, 19, 1, &text[0], &n), nullptr);
+  EXPECT_EQ(Slot<int>(parser, 21, 5ull), 0);
+  EXPECT_EQ(Slot<void*>(parser, 25), nullptr);
+  EXPECT_EQ(Slot<int>(parser, 27, none, &n, &n, 4ul, 0ul), 0);
+  EXPECT_EQ(Slot<unsigned long>(parser, 28), 0u);
+  EXPECT_EQ(Slot<long>(parser, 29, 1ul, none, 4ull), 0);
+  EXPECT_EQ(Slot<long>(parser, 30, 1ul, none, 4ull), 0);
+  EXPECT_EQ(Slot<int>(parser, 31, other, 1), 0);
+  EXPECT_EQ(Slot<int>(parser, 32, 5ul, 1, 0, 0, 0ull, 0), 0);
+  EXPECT_EQ(n, 77u);
+  EXPECT_STREQ(text, "abc");
+  EXPECT_EQ(source.reads.size(), reads);
+
+  EXPECT_EQ(Slot<void*>(parser, 20, &n), nullptr);
+  EXPECT_EQ(n, 0u);
+  EXPECT_EQ(Slot<void*>(parser, 20, none), nullptr);
+}
+
+TEST(Plugin, RecordsLieInMemoryAsTheHostReadsThem) {
+  MemorySource source(Movie());
+  OpenedParser parser(&source, AVI_OK, kPlugin);
+  const TrackInfo* const first = parser->GetTrackInfo(0);
+  ASSERT_NE(first, nullptr);
+
+  const void* const video = first + 1;
+  Bytes expected = Join({Le32(1), Le32(126), Le32(640), Le32(352), Le32(0), Le32(23), Le32(1), Bytes(164)});
+  EXPECT_EQ(Bytes(static_cast<const uint8_t*>(video), static_cast<const uint8_t*>(video) + 192), expected);
+
+  const void* const audio = first + 2;
+  const auto extra = At<const uint8_t*>(audio, 40);
+  ASSERT_NE(extra, nullptr);
+  EXPECT_EQ(Bytes(extra, extra + 2), (Bytes{0x11, 0x90}));
+  expected = Join({Le32(2), Le32(201), Le32(2), Le32(48000), Le32(0), Le32(128000), Bytes(8), Le16(1024), Le16(2),
+                   Bytes(4), Le64(reinterpret_cast<uintptr_t>(extra)), Bytes(16), Le32(1), Bytes(124)});
+  EXPECT_EQ(Bytes(static_cast<const uint8_t*>(audio), static_cast<const uint8_t*>(audio) + 192), expected);
+}
+
+TEST(Plugin, DestroyingNothingDoesNothing) { Destroy(nullptr); }
+
+TEST(Plugin, EachParserSetsTheLogLevelAnew) {
+  LogCapture log;
+  const int& level = *Symbol<int>("debug_level");
+  const struct {
+    LogCapture::Level property;
+    int expected;
+  } kCases[] = {{"7", 7}, {{}, 1}, {"0", 0}, {"15", 15}, {"verbose", 0}};
+  for (const auto& [property, expected] : kCases) {
+    log.SetDebugLevel(property);
+    Destroy(Create());
+    EXPECT_EQ(level, expected) << property.value_or("not set");
+  }
+}
+
+TEST(Plugin, LevelZeroIsSilentWhereLevelOneComplains) {
+  AviFile file = Movie();
+  file.Put(file.Find("avih") + 8 + 24, Le32(7));  // more streams than there are
+  LogCapture log;
+  MemorySource first(file), second(file);
+  {
+    OpenedParser parser(&first, AVI_OPEN_FAILED, kPlugin);
+    EXPECT_TRUE(log.Has(ANDROID_LOG_WARN, "AVIFileParser",
+                        "Parse: the number of stream(3) doesn't match dwStreams(7) in avih"));
+  }
+  log.Clear();
+  log.SetDebugLevel("0");
+  { OpenedParser parser(&second, AVI_OPEN_FAILED, kPlugin); }
+  EXPECT_EQ(log.Lines(), std::vector<LogLine>());
+  EXPECT_EQ(first.reads, second.reads);
+}
+
+TEST(Plugin, ItsHelpersAreFoundByTheirLinkNames) {
+  const auto bits = Symbol<unsigned int(char*, unsigned int*, unsigned int)>("_Z8readBitsPcPjj");
+  char bytes[] = {'\x12', '\x34', '\x56', '\x78', '\x7A'};
+  unsigned int pos = 4;
+  EXPECT_EQ(bits(bytes, &pos, 12), 0x234u);
+  EXPECT_EQ(pos, 16u);
+  pos = 4;
+  EXPECT_EQ(bits(bytes, &pos, 40), 0x23456787u);  // as many as fit
+  EXPECT_EQ(pos, 36u);
+
+  const auto match = Symbol<void(int, SIndex*, long, unsigned int, unsigned int)>("_Z12matching_idxiP6SIndexljj");
+  SIndexEntry entries[4] = {};
+  SIndex index = {1, entries, 50, 0};
+  match(2, &index, 0x100000000, 0xFFFFFFFF, 0x80000064);
+  EXPECT_EQ(index.dwIdxNum, 1u);
+  EXPECT_EQ(entries[3].qwOffset, 0x1FFFFFFFFu);
+  EXPECT_EQ(entries[3].dwSize, 0x80000064u);
+  EXPECT_EQ(index.dwMaxChunkSize, 100u);
+}
+
+}  // namespace
