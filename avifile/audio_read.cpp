@@ -1,13 +1,11 @@
-#define LOG_TAG "AVIFileParser"
 #include "avifile/avi_file_parser.h"
 #include "avifile/format_fields.h"
 #include "base/checked_math.h"
-#include "base/log.h"
 
 namespace {
 
-double IndexTime(const SAVIStream* record) {
-  return CheckedMul<uint32_t>(record->dwCurrIdx, 1000u) / static_cast<double>(record->fFramePerSec);
+double IndexTime(const SAVIStream* record, uint32_t index) {
+  return CheckedMul<uint32_t>(index, 1000u) / static_cast<double>(record->fFramePerSec);
 }
 
 }  // namespace
@@ -16,23 +14,19 @@ bool CAVIFileParser::IsTimedByIndex(int stream, const SAVIStream* record) const 
   return IsVbrByHeader(record) || IsVBR(stream);
 }
 
-uint32_t CAVIFileParser::AudioTime(int stream, const SAVIStream* record) {
-  if (!record->m_pStrh || !record->m_pStrf) return 0;
-  if (IsTimedByIndex(stream, record)) return ToTimeMs(IndexTime(record));
-  const double bytes = static_cast<double>(record->dwTotalBytes);
-  const double byConstantRate = bytes / (AvgBytesPerSec(record) / 1000.0);
-  switch (record->nStreamType) {
-    case STREAM_TYPE_AC3: {
-      const uint32_t bitRate = m_dwAC3BitRate;
-      m_dwAC3BitRate = 0;  // a detected rate serves one read
-      return ToTimeMs(bitRate ? bytes * 8.0 * 1000.0 / bitRate : byConstantRate);
-    }
-    case STREAM_TYPE_AAC:
-    case STREAM_TYPE_AAC_RAW:
-      return ToTimeMs(IndexTime(record));
-    default:
-      return ToTimeMs(byConstantRate);
-  }
+uint32_t CAVIFileParser::AudioTime(int stream, uint32_t index, uint64_t bytesBefore, uint32_t ac3BitRate) const {
+  const SAVIStream* record = Stream(stream);
+  if (!record || !record->m_pStrh || !record->m_pStrf) return 0;
+  const bool aac = record->nStreamType == STREAM_TYPE_AAC || record->nStreamType == STREAM_TYPE_AAC_RAW;
+  if (aac || IsTimedByIndex(stream, record)) return ToTimeMs(IndexTime(record, index));
+  const double bytes = static_cast<double>(bytesBefore);
+  return ToTimeMs(ac3BitRate ? bytes * 8.0 * 1000.0 / ac3BitRate : bytes / (AvgBytesPerSec(record) / 1000.0));
+}
+
+uint32_t CAVIFileParser::EntryTime(int stream, uint32_t index, uint64_t bytesBefore) const {
+  const SAVIStream* record = Stream(stream);
+  if (!record) return 0;
+  return IsAudioStreamType(record->nStreamType) ? AudioTime(stream, index, bytesBefore, 0) : VideoTime(record, index);
 }
 
 int CAVIFileParser::GetNextAudioData(int stream, char* buf, unsigned int nBufLen, unsigned int* piRead,
@@ -40,7 +34,10 @@ int CAVIFileParser::GetNextAudioData(int stream, char* buf, unsigned int nBufLen
   *piRead = 0;
   const SAVIStream* record = Stream(stream);
   if (!record) return EndOfData(piRead, piTimeStamp);
-  *piTimeStamp = AudioTime(stream, record);
+  const bool byDetectedRate =
+      record->nStreamType == STREAM_TYPE_AC3 && record->m_pStrh && record->m_pStrf && !IsTimedByIndex(stream, record);
+  *piTimeStamp = AudioTime(stream, record->dwCurrIdx, record->dwTotalBytes, byDetectedRate ? m_dwAC3BitRate : 0);
+  if (byDetectedRate) m_dwAC3BitRate = 0;  // it serves one read
   return GetNextData(stream, buf, nBufLen, piRead, piTimeStamp);
 }
 

@@ -140,6 +140,8 @@ class CAVIFileParser {
   const SRIFFNode* GetRootNode() const { return m_pRootNode; }
   /// The stream's record; null for a stream number out of range and before the main header.
   const SAVIStream* GetStream(int stream) const { return Stream(stream); }
+  /// Milliseconds at which the readers would stamp entry `index`, behind entries of `bytesBefore` bytes.
+  uint32_t EntryTime(int stream, uint32_t index, uint64_t bytesBefore) const;
 
  private:
   // The one answer to whether a stream number is usable.
@@ -229,11 +231,11 @@ class CAVIFileParser {
 
   // audio_read.cpp
   bool IsTimedByIndex(int stream, const SAVIStream* record) const;
-  uint32_t AudioTime(int stream, const SAVIStream* record);
+  uint32_t AudioTime(int stream, uint32_t index, uint64_t bytesBefore, uint32_t ac3BitRate) const;
 
   // video_read.cpp
   static void SkipToKeyFrame(SAVIStream* record);
-  static uint32_t VideoTime(const SAVIStream* record);
+  static uint32_t VideoTime(const SAVIStream* record, uint32_t index);
   bool MayHaveDamagedVol(const SAVIStream* record) const;
 
   // seek.cpp

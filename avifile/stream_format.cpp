@@ -20,7 +20,8 @@ void StoreLe16(uint8_t* bytes, uint16_t value) {
 
 /// A zeroed format buffer in which every fixed field can be read; null when the size is absurd or memory is out.
 MallocPtr<uint8_t> AllocFormat(uint32_t size) {
-  return size <= AVI_MAX_COPY ? AllocZeroed<uint8_t>(std::max(size, AVI_MIN_FORMAT)) : nullptr;
+  if (size > AVI_MAX_COPY) return nullptr;
+  return AllocZeroed<uint8_t>(std::max(size, AVI_MIN_FORMAT));
 }
 
 /// Puts the tag that the sub-format stands for into wFormatTag, so that every later reader sees it.

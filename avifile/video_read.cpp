@@ -17,8 +17,8 @@ void CAVIFileParser::SkipToKeyFrame(SAVIStream* record) {
   }
 }
 
-uint32_t CAVIFileParser::VideoTime(const SAVIStream* record) {
-  const uint32_t scaled = CheckedMul<uint32_t>(record->dwCurrIdx, 1000u);
+uint32_t CAVIFileParser::VideoTime(const SAVIStream* record, uint32_t index) {
+  const uint32_t scaled = CheckedMul<uint32_t>(index, 1000u);
   return ToTimeMs(scaled / static_cast<double>(record->fFramePerSec));
 }
 
@@ -29,7 +29,7 @@ int CAVIFileParser::GetNextVideoData(int stream, char* buf, unsigned int nBufLen
   if (!record) return EndOfData(piRead, piTimeStamp);
   keyOnly = keyOnly && IsIndexed();
   if (keyOnly) SkipToKeyFrame(record);
-  *piTimeStamp = VideoTime(record);
+  *piTimeStamp = VideoTime(record, record->dwCurrIdx);
   const int status = GetNextData(stream, buf, nBufLen, piRead, piTimeStamp);
   if (*piRead == 0) return status;
 
@@ -54,7 +54,7 @@ int CAVIFileParser::GetNextVideoData(int stream, char* buf, unsigned int nBufLen
     return status;
   }
   if (keyOnly) SkipToKeyFrame(record);
-  *piTimeStamp = VideoTime(record);
+  *piTimeStamp = VideoTime(record, record->dwCurrIdx);
   return GetNextData(stream, buf, nBufLen, piRead, piTimeStamp);
 }
 

@@ -58,7 +58,7 @@ int AVIParser::PullVideo(unsigned char* buf, unsigned long* len, unsigned long* 
 
 int AVIParser::avi_parser_get_video_data(unsigned char* buf, unsigned int* len, unsigned int* timestampMs,
                                          unsigned int maxLen, bool keyOnly) {
-  if (mVideoTrack == -1) {
+  if (mVideoTrack == -1 || !mFileParser) {
     *timestampMs = 0;
     *len = 0;
     return 0;

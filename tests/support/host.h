@@ -18,7 +18,7 @@ struct Unit {
 void PrintTo(const Unit& unit, std::ostream* out);
 
 /// What every data operation answers once its track has ended.
-inline Unit End() { return Unit("", AVI_END_MARK, AVI_END_OF_STREAM); }
+inline Unit End() { return Unit("", 0xFFFFFFFF, -1011); }
 
 /// The non-empty units that a track gave, and how it ended: `status` 0 when nothing but empty units came any more.
 struct Drained {
@@ -51,7 +51,7 @@ struct ParserFactory {
 /// A parser from Open to Close. Fails the test when Open does not return `expected`.
 class OpenedParser {
  public:
-  explicit OpenedParser(IDataSource* source, int expected = AVI_OK, const ParserFactory& factory = {});
+  explicit OpenedParser(IDataSource* source, int expected = 0, const ParserFactory& factory = {});
   ~OpenedParser();
   OpenedParser(const OpenedParser&) = delete;
   OpenedParser& operator=(const OpenedParser&) = delete;
