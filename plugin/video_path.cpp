@@ -113,7 +113,7 @@ void AVIParser::DropBFrameAfterFirst(const unsigned char* buf, unsigned int* len
 }
 
 void AVIParser::PrependConfig(unsigned char* buf, unsigned long* len, unsigned int maxLen) {
-  if (mVideoTrack == -1 || mVideoConfigReady || CodecOf(mVideoTrack) != AVI_CODEC_H264) return;
+  if (!mFileParser || mVideoConfigReady || CodecOf(mVideoTrack) != AVI_CODEC_H264) return;
   if (*len < sizeof kIdrSlice || std::memcmp(buf, kIdrSlice, sizeof kIdrSlice) != 0) return;
   uint8_t config[AVI_CONFIG_SCRATCH];
   uint32_t configLength = 0;

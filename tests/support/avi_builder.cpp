@@ -12,8 +12,8 @@ Bytes LittleEndian(uint64_t value, size_t count) {
 }
 
 // A list of entries as indx and ix## chunks hold it. `base` fills 8 bytes, reserved words in a super index.
-Bytes NewIndex(const std::string& chunkId, const std::string& indexedId, size_t entryBytes, Bytes types, uint64_t base,
-               const Bytes& entries) {
+Bytes NewIndex(const std::string& chunkId, const std::string& indexedId, size_t entryBytes, const Bytes& types,
+               uint64_t base, const Bytes& entries) {
   return Chunk(chunkId, Join({Le16(entryBytes / 4), types, Le32(entries.size() / entryBytes), indexedId, Le64(base),
                               Le32(0), entries}));
 }
