@@ -27,10 +27,14 @@ void CAVIFileParser::SkipScannedChunk(const SRIFF& riff) {
 }
 
 int CAVIFileParser::FindFirstData(int stream, unsigned int* pOffset) {
-  const SAVIStream* record = Stream(stream);
-  if (!m_pMovi || !record) {
+  if (!m_pMovi) {
     *pOffset = 0;
     return AVI_OK;
+  }
+  const SAVIStream* record = Stream(stream);
+  if (!record) {
+    *pOffset = kNoChunk;
+    return AVI_ERROR;
   }
   if (*pOffset != 0) return AVI_OK;
   m_pReader->AVI_fseek(m_pMovi->llOffset, 0);

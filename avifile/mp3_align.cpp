@@ -46,6 +46,7 @@ int CAVIFileParser::AlignIndexed(SAVIStream* record) {
 }
 
 int CAVIFileParser::AlignScanned(int stream, SAVIStream* record) {
+  bool turnedBack = false;
   while (record->dwCurrOffset != kCursorAtEnd) {
     m_pReader->AVI_fseek(static_cast<long>(record->dwCurrOffset), 0);
     SRIFF riff;
@@ -68,7 +69,13 @@ int CAVIFileParser::AlignScanned(int stream, SAVIStream* record) {
         return AVI_OK;
       }
     }
-    record->dwCurrOffset = static_cast<uint64_t>(FindNextData(stream));
+    const long next = FindNextData(stream);
+    // A status as cursor leads back once, to an end or a failure; twice would be for ever.
+    if (next <= static_cast<long>(record->dwCurrOffset)) {
+      if (turnedBack) return next == AVI_EAGAIN ? AVI_EAGAIN : AVI_ERROR;
+      turnedBack = true;
+    }
+    record->dwCurrOffset = static_cast<uint64_t>(next);
   }
   return AVI_ERROR;
 }

@@ -78,7 +78,8 @@ float SetMpegSampleSize(SAVIStream* record) {
 
 /// Entries until `blocks` blocks have gone by.
 SIndexPosition SkipBlocks(SAVIStream* record, uint32_t blocks) {
-  record->dwChunkCount = blocks;
+  // Held so low that the reads from there to the end cannot overflow it.
+  record->dwChunkCount = std::min(blocks, std::numeric_limits<uint32_t>::max() - IndexCount(record));
   return FindBlockCount(record, blocks);
 }
 
@@ -247,7 +248,7 @@ void CAVIFileParser::SeekAllVideoStream(SAVIStream* record, unsigned char bSeekF
   }
   record->dwCurrIdx = at;
   record->dwTotalBytes = 0;
-  if (count != 0) *time = IndexToTime(at, record);
+  *time = IndexToTime(at, record);
   AVI_LOGV("Video dwDestTimeTick :%ld ", static_cast<long>(*time));
 }
 
@@ -302,8 +303,8 @@ uint32_t CAVIFileParser::FindAllCbrIndex(SAVIStream* record, uint32_t time, uint
     AVI_LOGE("Common Audio Case Audio Index : %ld", static_cast<long>(position.dwIdx));
     return position.dwIdx;
   }
-  if (const SIndexEntry* entry = IndexEntry(record, position.dwIdx)) {
-    AVI_LOGE("m_aStream[i].pIndex->aIdx[idx].dwSize:%ld", static_cast<long>(entry->dwSize));
+  if (IndexEntry(record, position.dwIdx)) {
+    AVI_LOGE("m_aStream[i].pIndex->aIdx[idx].dwSize:%ld", static_cast<long>(EntrySize(record, position.dwIdx)));
   }
   record->dwChunkCount = position.dwIdx;
   return position.dwIdx;
