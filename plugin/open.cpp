@@ -95,10 +95,11 @@ int AVIParser::GetVideoConfig(unsigned char* buf, unsigned long* len, unsigned l
     *len = 0;
     return 0;
   }
+  const uint32_t room = buf ? ClampLength(cap) : 0;
   uint32_t length = static_cast<uint32_t>(*len);
-  mFileParser->GetVideoSpecificInfo(mVideoTrack, buf, &length, buf ? ClampLength(cap) : 0);
+  mFileParser->GetVideoSpecificInfo(mVideoTrack, buf, &length, room);
   *len = length;
   AVI_LOGV("[GetVideoConfig] *pLen:%ld", static_cast<long>(*len));
-  if (length >= 1 && length <= cap) mVideoConfigReady = true;
+  if (length >= 1 && length <= room) mVideoConfigReady = true;
   return 0;
 }

@@ -44,7 +44,8 @@ void AVIParser::SetPcmBlockSize(uint64_t chunkSize) {
   if (!track || chunkSize >= AVI_PCM_BLOCK || track->audio.nSampleRate > chunkSize) return;
   // A tenth of a second if samples were bytes: the bits per sample stay out on purpose.
   const uint64_t tenth = uint64_t{track->audio.nSampleRate} * track->audio.nChannels / 10;
-  mPCMBlockSize = tenth ? tenth : chunkSize;
+  // Two blocks and a chunk have to fit the buffer, whatever the format claims.
+  mPCMBlockSize = tenth != 0 && tenth <= AVI_CARRY_BYTES / 4 ? tenth : chunkSize;
 }
 
 unsigned long AVIParser::DeliverPcmBlock(unsigned char* buf, unsigned int maxLen) {

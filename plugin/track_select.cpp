@@ -17,7 +17,6 @@ int32_t FindTrack(const List& list, int32_t count, int track) {
 }  // namespace
 
 int AVIParser::SelectAudioTrack(int track) {
-  if (!IsActive()) return 0;
   const int32_t found = FindTrack(mAudioTracks, mAudioCount, track);
   if (found < 0) {
     AVI_LOGE("Should not be HERE! set Default audio track");
@@ -35,7 +34,6 @@ int AVIParser::SelectAudioTrack(int track) {
 }
 
 int AVIParser::SelectTextTrack(int track) {
-  if (!IsActive()) return 0;
   const int32_t found = FindTrack(mTextTracks, mTextCount, track);
   if (found < 0) {
     AVI_LOGE("Should not be HERE! set Default Text track");
@@ -64,8 +62,8 @@ void AVIParser::RestartAudio() {
 }
 
 int AVIParser::Seek(unsigned long timeMs, int trackType, int seekMode) {
-  if (!IsActive()) return 0;
   AVI_LOGV("Call Seek Start : %ld, TrackType %d SeekMode %d", static_cast<long>(timeMs), trackType, seekMode);
+  if (!IsActive()) return 0;
   if (trackType == AVI_TRACK_AUDIO) ClearAudioBuffers();
   if (trackType == AVI_TRACK_VIDEO && mMpeg2Split) mMpeg2Resync = true;
   SeekAndRestart(static_cast<unsigned int>(timeMs), trackType, seekMode, 1);

@@ -26,7 +26,7 @@ int property_get(const char* key, char* value, const char* default_value) {
   char name[kMaxValue];
   EnvironmentName(key, name);
   const char* found = std::getenv(name);
-  if (!found) found = default_value ? default_value : "";
+  if (!found || !*found) found = default_value ? default_value : "";
   const size_t length = strnlen(found, kMaxValue - 1);
   std::memcpy(value, found, length);
   value[length] = '\0';
