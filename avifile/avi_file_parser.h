@@ -171,13 +171,13 @@ class CAVIFileParser {
 
   // chunk_dispatch.cpp: the handlers behind the table, all of one shape
   struct SChunkHandler;
-  void HandleMainHeader(SRIFFNode* node, unsigned int size) { ParseChunkAviHdr(node, size); }
-  void HandleStreamHeader(SRIFFNode* node, unsigned int size) { ParseChunkStrHdr(node, size); }
-  void HandleStreamFormat(SRIFFNode* node, unsigned int size) { ParseChunkStrFmt(node, size); }
-  void HandleRawChunk(SRIFFNode* node, unsigned int size);
-  void HandleOldIndex(SRIFFNode* node, unsigned int size);
-  void HandleNewIndex(SRIFFNode* node, unsigned int size);
-  void HandleJunk(SRIFFNode* /*node*/, unsigned int /*size*/) {}
+  void HandleMainHeader(SRIFFNode* node, long /*offset*/, unsigned int size) { ParseChunkAviHdr(node, size); }
+  void HandleStreamHeader(SRIFFNode* node, long /*offset*/, unsigned int size) { ParseChunkStrHdr(node, size); }
+  void HandleStreamFormat(SRIFFNode* node, long /*offset*/, unsigned int size) { ParseChunkStrFmt(node, size); }
+  void HandleRawChunk(SRIFFNode* node, long offset, unsigned int size);
+  void HandleOldIndex(SRIFFNode* node, long offset, unsigned int size);
+  void HandleNewIndex(SRIFFNode* node, long offset, unsigned int size);
+  void HandleJunk(SRIFFNode* /*node*/, long /*offset*/, unsigned int /*size*/) {}
 
   // stream_format.cpp
   int ParseAudioFormat(SRIFFNode* node, unsigned int size, SAVIStream* stream);
@@ -195,13 +195,14 @@ class CAVIFileParser {
 
   // open_dml_index.cpp
   struct NewIndexHeader;
+  enum class ENewIndex { kKept, kLost, kNoMemory };
   bool ReadNewIndex(long offset, unsigned int size, int level, SIndex** index);
-  bool ReadChunkIndex(const NewIndexHeader& header, long offset, SIndex** index);
-  bool AddEntries(const NewIndexHeader& header, ByteSpan table, SIndex** index);
-  bool ReadSuperIndex(const NewIndexHeader& header, long offset, int level, SIndex** index);
-  bool ReadChunkIndexes(ByteSpan table, uint64_t fileLength, int level, SIndex** index);
+  ENewIndex ReadChunkIndex(const NewIndexHeader& header, long offset, SIndex** index);
+  ENewIndex AddEntries(const NewIndexHeader& header, ByteSpan table, SIndex** index);
+  ENewIndex ReadSuperIndex(const NewIndexHeader& header, long offset, int level, SIndex** index);
+  ENewIndex ReadChunkIndexes(ByteSpan table, uint64_t fileLength, int level, SIndex** index);
   void SetPlayTime(ByteSpan superTable);
-  MallocPtr<uint8_t> AllocIndexTable(const NewIndexHeader& header, long offset) const;
+  MallocPtr<uint8_t> AllocIndexTable(const NewIndexHeader& header, long offset);
 
   // video_config.cpp
   unsigned char ConfigFromFirstFrame(const SAVIStream* stream, uint8_t* buffer, uint32_t* length, uint32_t capacity);
@@ -275,6 +276,8 @@ class CAVIFileParser {
   std::array<uint8_t, AVI_VBR_STREAMS> m_abVBR{};
   uint32_t m_iIndexType = IDXTYPE_NONE;
   bool m_bNewIdxFailed = false;
+  bool m_bOldIndexKept = false;    // the streams hold records of a legacy index, whatever m_iIndexType says
+  uint64_t m_nIndexReadBytes = 0;  // of OpenDML tables, since the walk began
   bool m_bIdxJunk = false;
 
   // The movie.

@@ -8,11 +8,11 @@
 
 struct CAVIFileParser::SChunkHandler {
   uint32_t dwFourCC;
-  void (CAVIFileParser::*pHandle)(SRIFFNode* node, unsigned int size);
+  void (CAVIFileParser::*pHandle)(SRIFFNode* node, long offset, unsigned int size);
   bool bIndex;  // left unparsed when the caller wants no indexes
 };
 
-int CAVIFileParser::ParseChunk(SRIFFNode* node, long /*offset*/, unsigned int size, unsigned char bSkipIndex) {
+int CAVIFileParser::ParseChunk(SRIFFNode* node, long offset, unsigned int size, unsigned char bSkipIndex) {
   static constexpr SChunkHandler kHandlers[] = {
       {FourCC("avih"), &CAVIFileParser::HandleMainHeader, false},
       {FourCC("strh"), &CAVIFileParser::HandleStreamHeader, false},
@@ -30,7 +30,7 @@ int CAVIFileParser::ParseChunk(SRIFFNode* node, long /*offset*/, unsigned int si
   for (const SChunkHandler& handler : kHandlers) {
     if (handler.dwFourCC != node->sRiff.dwFourCC) continue;
     // What a handler makes of its chunk never ends the walk: the file is judged by its stream count at the end.
-    if (!handler.bIndex || bSkipIndex != 1) (this->*handler.pHandle)(node, size);
+    if (!handler.bIndex || bSkipIndex != 1) (this->*handler.pHandle)(node, offset, size);
     return 1;
   }
   AVI_LOGW("SKIP::ParseChunk() don't parse(%.4s)length(%lu)", reinterpret_cast<const char*>(&node->sRiff.dwFourCC),
@@ -38,9 +38,9 @@ int CAVIFileParser::ParseChunk(SRIFFNode* node, long /*offset*/, unsigned int si
   return 0;
 }
 
-void CAVIFileParser::HandleRawChunk(SRIFFNode* node, unsigned int size) {
+void CAVIFileParser::HandleRawChunk(SRIFFNode* node, long offset, unsigned int size) {
   if (size > AVI_MAX_COPY) return;
-  const uint64_t room = std::min<uint64_t>(size, RestOfFile(static_cast<uint64_t>(node->llOffset), size));
+  const uint64_t room = std::min<uint64_t>(size, RestOfFile(static_cast<uint64_t>(offset), size));
   MallocPtr<uint8_t> data = AllocZeroed<uint8_t>(room);
   if (!data) return;
   const int nRead = m_pReader->AVI_fread(data.get(), static_cast<unsigned int>(room), 1);
@@ -48,8 +48,7 @@ void CAVIFileParser::HandleRawChunk(SRIFFNode* node, unsigned int size) {
   node->pData = data.release();  // freed with the chunk tree
 }
 
-void CAVIFileParser::HandleOldIndex(SRIFFNode* node, unsigned int size) {
-  const int64_t offset = node->llOffset;
+void CAVIFileParser::HandleOldIndex(SRIFFNode* /*node*/, long offset, unsigned int size) {
   if (!IsIndexed() && offset > std::numeric_limits<uint32_t>::max()) {
     AVI_LOGE("ERROR! ParseChunk() 'idx1' not valid");
     return;
@@ -57,11 +56,15 @@ void CAVIFileParser::HandleOldIndex(SRIFFNode* node, unsigned int size) {
   ParseChunkOldIdx(static_cast<unsigned int>(offset), size);
 }
 
-void CAVIFileParser::HandleNewIndex(SRIFFNode* node, unsigned int size) {
+void CAVIFileParser::HandleNewIndex(SRIFFNode* node, long offset, unsigned int size) {
   SAVIStream* stream = Stream(m_iCurrStreamIdx);
   if (!stream || m_bNewIdxFailed || m_iIndexType == IDXTYPE_OLD) return;
+  if (m_bOldIndexKept) {
+    // A truncated movi took back a legacy index. Its streams share one table, so that they go together.
+    FreeIndexes();
+  }
   FreeIndex(stream->pIndex);  // of an earlier index chunk in the same list
-  stream->pIndex = ParseChunkNewIdx(node->llOffset, size, nullptr);
+  stream->pIndex = ParseChunkNewIdx(offset, size, nullptr);
   node->pData = stream->pIndex;
   if (!stream->pIndex) {
     AVI_LOGE("[AVI] Error -> New Index parsing error. Index type set to NONE");

@@ -36,7 +36,8 @@ int CAVIFileParser::Destroy() {
   m_nNodes = 0;
   m_nListDepth = 0;
   m_iIndexType = IDXTYPE_NONE;
-  m_bNewIdxFailed = false;
+  m_bNewIdxFailed = m_bOldIndexKept = false;
+  m_nIndexReadBytes = 0;
   m_abVBR = {};
 
   std::free(m_pVideoStrf);

@@ -148,19 +148,19 @@ CAVIFileParser::EStep CAVIFileParser::WalkChunk(const SRIFF& riff, unsigned char
 
 CAVIFileParser::EStep CAVIFileParser::Resynchronise(int64_t* sum) {
   AVI_LOGE("ParseChunk ERROR - dwSize is 0... find next chunk dwSumOfSize %lld", static_cast<long long>(*sum));
+  const long start = m_pReader->Position();
   for (int i = 0; i <= AVI_RESYNC_LIMIT; ++i) {
     uint8_t raw[kRiffHeaderBytes] = {};
     const int nRead = m_pReader->AVI_fread(raw, kRiffHeaderBytes, 1);
     if (nRead < 0) AVI_LOGW("[AVI] sRiff fread fail -> ParseChunk :: nRead(%d)", nRead);
-    const int moved = std::max(nRead, 0);
-    if (moved >= 4 && IsKnown(LoadLe32(raw))) {
+    if (nRead >= 4 && IsKnown(LoadLe32(raw))) {
       AVI_LOGV("Found new FOURCC with next offset %d", i);
-      m_pReader->AVI_fseek(-moved, 1);
+      m_pReader->AVI_fseek(start + i, 0);
       // Counted twice on purpose: it only makes the walk end earlier.
       *sum = CheckedAdd<int64_t>(*sum, 8 + 2 * i);
       return EStep::kNext;
     }
-    if (i < AVI_RESYNC_LIMIT) m_pReader->AVI_fseek(1 - moved, 1);
+    if (i < AVI_RESYNC_LIMIT) m_pReader->AVI_fseek(CheckedAdd<long>(start, i + 1), 0);
   }
   return EStep::kDone;
 }

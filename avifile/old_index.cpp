@@ -80,6 +80,7 @@ bool CAVIFileParser::AllocOldIndex(uint64_t capacity, OldIndexTable* table) {
   }
   m_aStream[0].pIndex->aIdx = table->entries;
   m_aStream[0].pIndex->bOwnsEntries = 1;
+  m_bOldIndexKept = true;
   table->back = static_cast<int64_t>(capacity) - 1;
 
   table->block = AllocZeroed<uint8_t>(size_t{AVI_OLD_INDEX_BLOCK} * AVI_OLD_ENTRY_BYTES);
@@ -155,6 +156,7 @@ void CAVIFileParser::AbandonOldIndex(int pass) {
 }
 
 void CAVIFileParser::FreeIndexes() {
+  m_bOldIndexKept = false;
   for (int i = 0; i < m_iStreamNum; ++i) {
     FreeIndex(m_aStream[i].pIndex);
     m_aStream[i].pIndex = nullptr;

@@ -56,17 +56,18 @@ bool CAVIFileParser::ReadNewIndex(long offset, unsigned int size, int level, SIn
   const NewIndexHeader header{LoadLe32(raw), LoadLe32(raw + 4), LoadLe32(raw + 8), LoadLe64(raw + 12)};
   if (SAVIStream* stream = Stream(StreamNumber(header.dwChunkId))) stream->dwChunkId = header.dwChunkId;
 
-  bool ok = true;
+  ENewIndex result = ENewIndex::kKept;
   if (header.IndexType() == AVI_INDEX_OF_CHUNKS) {
-    ok = ReadChunkIndex(header, offset, index);
+    result = ReadChunkIndex(header, offset, index);
   } else if (header.IndexType() == AVI_INDEX_OF_INDEXES && level < AVI_MAX_INDEX_LEVELS) {
-    ok = ReadSuperIndex(header, offset, level, index);
+    result = ReadSuperIndex(header, offset, level, index);
   }
+  if (result == ENewIndex::kNoMemory) return false;
   m_pReader->AVI_fseek(CheckedAdd<long>(offset, size), 0);
-  return ok;
+  return result == ENewIndex::kKept;
 }
 
-bool CAVIFileParser::ReadChunkIndex(const NewIndexHeader& header, long offset, SIndex** index) {
+CAVIFileParser::ENewIndex CAVIFileParser::ReadChunkIndex(const NewIndexHeader& header, long offset, SIndex** index) {
   const uint32_t entryBytes = header.EntryBytes();
   const bool isField = (header.dwFirstWord & 0xFFFFFF) == kFieldIndexWord;
   int nRead = 0;
@@ -75,48 +76,51 @@ bool CAVIFileParser::ReadChunkIndex(const NewIndexHeader& header, long offset, S
     AVI_LOGE("ERROR! ParseChunkNewIdx()AVI_INDEX_OF_CHUNKS (%d) SAVIFieldIndexEntry (%d) SAVIStdIndexEntry (%d)",
              static_cast<int>(entryBytes), static_cast<int>(sizeof(SAVIFieldIndexEntry)),
              static_cast<int>(sizeof(SAVIStdIndexEntry)));
-  } else if (header.qwBaseOffset <= kMaxBaseOffset) {
+  } else {
     if (isField) {
       AVI_LOGV("[ParseChunkNewIdx] AVI_NEWIDX_INDEX_OF_CHUNKS - AVI_NEWIDX_INDEX_2FIELD");
     } else {
       AVI_LOGV("[ParseChunkNewIdx] AVI_NEWIDX_INDEX_OF_CHUNKS - STANDARD INDEX ");
     }
-    table = AllocIndexTable(header, offset);
-    if (table) {
-      nRead = m_pReader->AVI_fread(table.get(), static_cast<unsigned int>(header.TableBytes()), 1);
-    } else if (isField) {
-      AVI_LOGW("[AVI] aFieldIdx allocate fail -> ParseChunkNewIdx");
-    } else {
-      AVI_LOGW("[AVI] aStdIdx allocate fail -> ParseChunkNewIdx");
+    // More entries than the file has room for chunks: super entries that repeat one chunk index.
+    const uint64_t held = *index ? (*index)->dwIdxNum : 0;
+    if (held + header.nEntriesInUse > RestOfFile(0, AVI_MAX_STREAM_TABLE) / AVI_NEW_ENTRY_BYTES) {
+      return ENewIndex::kKept;
+    }
+    if (header.qwBaseOffset <= kMaxBaseOffset) {
+      table = AllocIndexTable(header, offset);
+      if (table) {
+        nRead = m_pReader->AVI_fread(table.get(), static_cast<unsigned int>(header.TableBytes()), 1);
+      } else if (isField) {
+        AVI_LOGW("[AVI] aFieldIdx allocate fail -> ParseChunkNewIdx");
+      } else {
+        AVI_LOGW("[AVI] aStdIdx allocate fail -> ParseChunkNewIdx");
+      }
     }
   }
   if (nRead < 1) {
     AVI_LOGW("[AVI] aFieldIdx/aStdIdx fread fail -> ParseChunkNewIdx :: nRead(%d)", nRead);
-    return true;  // the index stays as it was
+    return ENewIndex::kKept;
   }
   return AddEntries(header, {table.get(), static_cast<size_t>(nRead)}, index);
 }
 
-bool CAVIFileParser::AddEntries(const NewIndexHeader& header, ByteSpan table, SIndex** index) {
-  // More entries than the file has room for chunks: super entries that repeat one chunk index.
-  const uint64_t held = *index ? (*index)->dwIdxNum : 0;
-  if (held + header.nEntriesInUse > RestOfFile(0, AVI_MAX_STREAM_TABLE) / AVI_NEW_ENTRY_BYTES) return true;
+CAVIFileParser::ENewIndex CAVIFileParser::AddEntries(const NewIndexHeader& header, ByteSpan table, SIndex** index) {
   if (!*index) {
     *index = AllocZeroed<SIndex>(1).release();  // the caller's
     if (!*index) {
       AVI_LOGE("[AVI] pIndex allocate Error -> ParseChunkNewIdx");
-      return false;
+      return ENewIndex::kNoMemory;
     }
     (*index)->bOwnsEntries = 1;
   }
-
   // Of a table cut short only the whole entries count.
+  SIndex& all = **index;
   const uint32_t entryBytes = header.EntryBytes();
   const uint32_t count = static_cast<uint32_t>(table.size() / entryBytes);
-  SIndex& all = **index;
   const size_t room = size_t{all.dwIdxNum} + count;
   void* grown = std::realloc(all.aIdx, std::max<size_t>(room, 1) * sizeof(SIndexEntry));
-  if (!grown) return false;
+  if (!grown) return ENewIndex::kLost;
   all.aIdx = static_cast<SIndexEntry*>(grown);
   std::memset(all.aIdx + all.dwIdxNum, 0, size_t{count} * sizeof(SIndexEntry));
   for (uint32_t i = 0; i < count; ++i) {
@@ -124,25 +128,26 @@ bool CAVIFileParser::AddEntries(const NewIndexHeader& header, ByteSpan table, SI
     matching_idx(static_cast<int>(i), &all, static_cast<long>(header.qwBaseOffset), LoadLe32(raw), LoadLe32(raw + 4));
   }
   all.dwIdxNum = CheckedAdd<uint32_t>(all.dwIdxNum, count);
-  return true;
+  return ENewIndex::kKept;
 }
 
-bool CAVIFileParser::ReadSuperIndex(const NewIndexHeader& header, long offset, int level, SIndex** index) {
+CAVIFileParser::ENewIndex CAVIFileParser::ReadSuperIndex(const NewIndexHeader& header, long offset, int level,
+                                                         SIndex** index) {
   if (header.EntryBytes() != kSuperEntryBytes) {
     AVI_LOGE("ERROR! ParseChunkNewIdx()AVI_INDEX_OF_INDEXES (%d) != (%d)", static_cast<int>(header.EntryBytes()),
              static_cast<int>(kSuperEntryBytes));
-    return true;
+    return ENewIndex::kKept;
   }
   const long fileLength = m_pReader->AVI_FileLength_hdl();
   MallocPtr<uint8_t> table = AllocIndexTable(header, offset);
   if (!table) {
     AVI_LOGE("[AVI] aSupIdx allocate Error -> ParseChunkNewIdx");
-    return false;
+    return ENewIndex::kNoMemory;
   }
   const int nRead = m_pReader->AVI_fread(table.get(), static_cast<unsigned int>(header.TableBytes()), 1);
   if (nRead < 1) {
     AVI_LOGW("[AVI] aSupIdx fread fail -> ParseChunkNewIdx :: nRead(%d)", nRead);
-    return true;
+    return ENewIndex::kKept;
   }
   const size_t whole = static_cast<size_t>(nRead) / kSuperEntryBytes * kSuperEntryBytes;
   const ByteSpan entries{table.get(), whole};
@@ -150,23 +155,25 @@ bool CAVIFileParser::ReadSuperIndex(const NewIndexHeader& header, long offset, i
   return ReadChunkIndexes(entries, static_cast<uint64_t>(std::max(fileLength, 0L)), level, index);
 }
 
-bool CAVIFileParser::ReadChunkIndexes(ByteSpan table, uint64_t fileLength, int level, SIndex** index) {
+CAVIFileParser::ENewIndex CAVIFileParser::ReadChunkIndexes(ByteSpan table, uint64_t fileLength, int level,
+                                                           SIndex** index) {
   for (; !table.empty(); table = table.subspan(kSuperEntryBytes)) {
     const uint64_t position = LoadLe64(table.data());
     m_pReader->AVI_fseek(static_cast<long>(position), 0);
-    SRIFF riff;
-    const int nRead = ReadRiffHeader(m_pReader, &riff);
-    if (nRead <= 0) {
+    uint8_t raw[kRiffHeaderBytes];
+    const int nRead = m_pReader->AVI_fread(raw, kRiffHeaderBytes, 1);
+    if (nRead < static_cast<int>(kRiffHeaderBytes)) {
       AVI_LOGE("[AVI] sRiff fread fail -> ParseChunkNewIdx :: nRead(%d)", nRead);
-      return true;  // what was gathered is kept
+      return ENewIndex::kKept;  // what was gathered
     }
     m_pReader->AVI_fseek(-4, 1);
+    const uint32_t chunkSize = LoadLe32(raw + 4);
     uint64_t end;
-    if (__builtin_add_overflow(position, uint64_t{riff.dwSize} + 8, &end) || end > fileLength) return false;
+    if (__builtin_add_overflow(position, uint64_t{chunkSize} + 8, &end) || end > fileLength) return ENewIndex::kLost;
     // An index chunk that added nothing to nothing ends the walk like one that failed.
-    if (!ReadNewIndex(static_cast<long>(position + 8), riff.dwSize, level + 1, index) || !*index) return false;
+    if (!ReadNewIndex(static_cast<long>(position + 8), chunkSize, level + 1, index) || !*index) return ENewIndex::kLost;
   }
-  return true;
+  return ENewIndex::kKept;
 }
 
 void CAVIFileParser::SetPlayTime(ByteSpan superTable) {
@@ -175,11 +182,15 @@ void CAVIFileParser::SetPlayTime(ByteSpan superTable) {
   dwPlayTime = Truncate<uint32_t>(static_cast<double>(frames) * m_dwMicroSecPerFrame / 1000.0);
 }
 
-MallocPtr<uint8_t> CAVIFileParser::AllocIndexTable(const NewIndexHeader& header, long offset) const {
+MallocPtr<uint8_t> CAVIFileParser::AllocIndexTable(const NewIndexHeader& header, long offset) {
   const uint64_t position = static_cast<uint64_t>(offset) + kHeaderBytes;
-  const uint64_t rest = std::min<uint64_t>(RestOfFile(position, AVI_MAX_STREAM_TABLE), AVI_MAX_READ);
-  if (header.TableBytes() > rest) return nullptr;
-  return AllocZeroed<uint8_t>(header.TableBytes());
+  const uint64_t bytes = header.TableBytes();
+  if (bytes > std::min<uint64_t>(RestOfFile(position, AVI_MAX_STREAM_TABLE), AVI_MAX_READ)) return nullptr;
+  // Index chunks that name each other's tables over and over would make a small file long to open.
+  const uint64_t budget = SaturatedMul<uint64_t>(RestOfFile(0, AVI_MAX_STREAM_TABLE), AVI_INDEX_READ_FACTOR);
+  if (bytes > budget - std::min(budget, m_nIndexReadBytes)) return nullptr;
+  m_nIndexReadBytes += bytes;
+  return AllocZeroed<uint8_t>(bytes);
 }
 
 __attribute__((visibility("default"))) void matching_idx(int i, SIndex* pIndex, long base, unsigned int offset,

@@ -75,6 +75,7 @@ int CAVIFileParser::ParseChunkStrHdr(SRIFFNode* node, unsigned int size) {
 }
 
 int CAVIFileParser::parseStreamName(SRIFFNode* node, unsigned int size) {
+  if (m_pSubtitleName == node->pData) m_pSubtitleName = nullptr;
   std::free(node->pData);
   node->pData = nullptr;
   const uint64_t rest = RestOfFile(static_cast<uint64_t>(node->llOffset), size);

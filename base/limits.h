@@ -20,6 +20,7 @@ constexpr uint32_t AVI_OLD_INDEX_BLOCK = 10000;         // raw idx1 entries read
 constexpr uint32_t AVI_OLD_ENTRY_BYTES = 16;            // one raw idx1 entry, one table entry
 constexpr uint64_t AVI_MAX_STREAM_TABLE = 64ull << 20;  // index tables while the file's length is not known
 constexpr uint64_t AVI_NEW_ENTRY_BYTES = 8;             // a chunk has at least a header, so a file has no more entries
+constexpr uint64_t AVI_INDEX_READ_FACTOR = 4;           // OpenDML tables read in one open, in lengths of the file
 constexpr int AVI_MAX_INDEX_LEVELS = 2;                 // a super index inside a super index is ignored
 constexpr uint64_t AVI_MAX_FIRST_FRAME = 16ull << 20;   // temporary frames while the file's length is not known
 

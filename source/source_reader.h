@@ -25,6 +25,8 @@ class AVISourceReader {
 
   /// The position in bytes from the start of the source.
   long AVI_ftell() const;
+  /// The same without a message.
+  long Position() const { return mlOffset; }
 
   /// Asks the source for its length and makes that, or the group size when one is set, the end of readable data.
   /// @return the end in bytes; 0 when it is not known.
