@@ -68,8 +68,8 @@ class IParser {
   virtual int Close() = 0;
   virtual const char* getName() = 0;
   virtual void* getExtraInterface() { return nullptr; }
-  /// The next sample of the selected text track. Without one it returns 0 and leaves `*len` and `*ts` as they are. `*ts`
-  /// comes back as the host gave it, in 32 bits: subtitle samples carry their own times.
+  /// The next sample of the selected text track. Without one it returns 0 and leaves `*len` and `*ts` as they are.
+  /// `*ts` comes back as the host gave it, in 32 bits: subtitle samples carry their own times.
   virtual int GetTextData(unsigned char* buf, unsigned long* len, unsigned long* ts, unsigned long maxLen) = 0;
   virtual int GetTextConfig(unsigned char*, unsigned long*, unsigned long, unsigned long) { return 0; }
   virtual unsigned long GetSeekPointCount() { return 0; }

@@ -33,4 +33,29 @@ struct SSeekOptions {
 /// Where a seek lands: the next unit after it.
 int RunSeek(const Host& host, const SSeekOptions& options);
 
+struct SExtractOptions {
+  std::string sFile;
+  std::optional<uint32_t> nTrack;  ///< only this track, to `sOutput`; empty: every played one, into `sFolder`
+  std::string sOutput;             ///< "-": stdout
+  std::string sFolder;
+};
+/// The elementary streams as the decoders get them.
+int RunExtract(const Host& host, const SExtractOptions& options);
+
+// These two do not go through the library: they show what no host can ask for.
+
+struct SIndexOptions {
+  std::string sFile;
+  std::optional<uint32_t> nTrack;  ///< only this track
+};
+/// The index as the library's own classes find it.
+int RunIndex(const SHostOptions& host, const SIndexOptions& options);
+
+struct STreeOptions {
+  std::string sFile;
+  bool bSkipData = false;  ///< leave out data chunks that are not damaged
+};
+/// Every chunk of a file, whether the library can open it or not.
+int RunTree(const SHostOptions& host, const STreeOptions& options);
+
 #endif  // ZU_TOOLS_AVIPROBE_COMMANDS_H_

@@ -7,24 +7,29 @@
 #include <cerrno>
 #include <cstring>
 
-#include "tools/aviprobe/host_error.h"
 #include "zu_parser_avi/status.h"
 
 static_assert(sizeof(off_t) == 8, "files beyond 2 GiB need 64-bit offsets");
 
 FileSource::FileSource(const std::string& path, bool streaming)
-    // Without O_NONBLOCK a named pipe would hold the tool here until somebody writes to it.
-    : m_nFd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)), m_bStreaming(streaming) {
-  if (m_nFd < 0) throw HostError(std::strerror(errno));
+    : m_sPath(path),
+      // Without O_NONBLOCK a named pipe would hold the tool here until somebody writes to it.
+      m_nFd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)),
+      m_bStreaming(streaming) {
+  if (m_nFd < 0) throw HostError(path + ": " + std::strerror(errno));
   struct stat status;
   int error = fstat(m_nFd, &status) < 0 ? errno : S_ISDIR(status.st_mode) ? EISDIR : 0;
   if (!error && (m_nSize = lseek(m_nFd, 0, SEEK_END)) < 0) error = errno;
   if (!error) return;
   close(m_nFd);
-  throw HostError(error == ESPIPE ? "has no random access" : std::strerror(error));
+  throw HostError(path + ": " + (error == ESPIPE ? "has no random access" : std::strerror(error)));
 }
 
 FileSource::~FileSource() { close(m_nFd); }
+
+HostError FileSource::ParseError() const {
+  return HostError(m_sPath + ": " + (m_nErrno ? std::strerror(m_nErrno) : "not an AVI file, or damaged beyond use"));
+}
 
 int FileSource::GetSize(int64_t* length) noexcept {
   *length = m_bStreaming ? 0 : m_nSize;

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <cstdio>
-#include <cstring>
 
 #include "tools/aviprobe/names.h"
 
@@ -13,20 +12,16 @@ constexpr int kMaxEmptyReads = 1000;  // in a row; a real host would hang on a t
 
 const TrackInfo kNoTrack{};
 
-std::unique_ptr<FileSource> OpenSource(const std::string& path, bool streaming) try {
-  return std::make_unique<FileSource>(path, streaming);
-} catch (const HostError& error) {
-  throw HostError(path + ": " + error.what());
-}
-
 }  // namespace
 
 MediaFile::MediaFile(const ParserLibrary& library, const std::string& path, bool streaming)
-    : m_sPath(path), m_pSource(OpenSource(path, streaming)), m_pParser(library.CreateParser()), m_nTracks(0) {
+    : m_sPath(path),
+      m_pSource(std::make_unique<FileSource>(path, streaming)),
+      m_pParser(library.CreateParser()),
+      m_nTracks(0) {
   if (const int status = m_pParser->Open(m_pSource.get()); status != AVI_OK) {
-    if (m_pSource->ReadErrno()) throw HostError(path + ": " + std::strerror(m_pSource->ReadErrno()));
-    throw HostError(status == AVI_OPEN_FAILED ? path + ": not an AVI file, or damaged beyond use"
-                                              : path + ": not opened: " + StatusText(status));
+    if (status == AVI_OPEN_FAILED) throw m_pSource->ParseError();
+    throw HostError(path + ": not opened: " + StatusText(status));
   }
   const int tracks = m_pParser->GetTrackCount();
   if (tracks > 0) m_nTracks = static_cast<uint32_t>(tracks);
@@ -56,10 +51,28 @@ std::optional<uint32_t> MediaFile::FirstTrack(uint32_t trackType) const {
   return std::nullopt;
 }
 
+void MediaFile::CheckPlays(uint32_t track) const {
+  if (track >= m_nTracks) throw HostError(fmt::format("{}: has no track {}", m_sPath, track));
+  if (!Plays(track)) throw HostError(fmt::format("{}: track {} cannot be played", m_sPath, track));
+}
+
 void MediaFile::Select(uint32_t track) const {
   const uint32_t type = Track(track).nTrackType;
   if (type == AVI_TRACK_AUDIO) m_pParser->SelectAudioTrack(static_cast<int>(track));
   if (type == AVI_TRACK_TEXT) m_pParser->SelectTextTrack(static_cast<int>(track));
+}
+
+MediaFile::SConfig MediaFile::ReadConfig(uint32_t track, std::span<uint8_t> buffer) const {
+  SConfig config;
+  int status = AVI_ERROR;
+  if (Plays(track)) {
+    const uint32_t type = Track(track).nTrackType;
+    Select(track);
+    if (type == AVI_TRACK_VIDEO) status = m_pParser->GetVideoConfig(buffer.data(), &config.nLength, buffer.size());
+    if (type == AVI_TRACK_AUDIO) status = m_pParser->GetAudioConfig(buffer.data(), &config.nLength, buffer.size());
+  }
+  if (status == AVI_OK && config.nLength <= buffer.size()) config.bytes = buffer.first(config.nLength);
+  return config;
 }
 
 Host::Host(const SHostOptions& options)
@@ -106,6 +119,15 @@ SPullResult Host::Pull(const MediaFile& file, uint32_t trackType,
   }
   result.ending = Ending::kStalled;
   return result;
+}
+
+SPullResult Host::PullTrack(const MediaFile& file, uint32_t track,
+                            const std::function<bool(const SUnit&)>& onUnit) const {
+  const uint32_t type = file.Track(track).nTrackType;
+  file.Select(track);
+  // The selection moves no cursor, and the audio tracks before this one have been played out.
+  if (type == AVI_TRACK_AUDIO) file.Parser().Seek(0, AVI_TRACK_AUDIO, 0);
+  return Pull(file, type, onUnit);
 }
 
 uint64_t Hash(std::span<const uint8_t> bytes, uint64_t hash) {

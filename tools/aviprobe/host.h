@@ -60,8 +60,17 @@ class MediaFile {
   bool Plays(uint32_t track) const;
   /// The first track of a type that the parser plays.
   std::optional<uint32_t> FirstTrack(uint32_t trackType) const;
+  /// @throw HostError that starts with the file's name when the parser does not play this track.
+  void CheckPlays(uint32_t track) const;
   /// Tells the parser which track of its type to play from now on. Moves no cursor.
   void Select(uint32_t track) const;
+
+  /// What the decoder of a track needs before the first unit. Selects the track.
+  struct SConfig {
+    unsigned long nLength = 0;       ///< bytes that it has
+    std::span<const uint8_t> bytes;  ///< in the buffer that was given; empty when it is larger than that
+  };
+  SConfig ReadConfig(uint32_t track, std::span<uint8_t> buffer) const;
 
  private:
   std::string m_sPath;
@@ -82,7 +91,11 @@ class Host {
   /// Pulls the units of one type of track, from where the parser stands, until `onUnit` returns false or no more come.
   SPullResult Pull(const MediaFile& file, uint32_t trackType, const std::function<bool(const SUnit&)>& onUnit) const;
 
+  /// The same for one track from its start, which is selected first.
+  SPullResult PullTrack(const MediaFile& file, uint32_t track, const std::function<bool(const SUnit&)>& onUnit) const;
+
   std::span<uint8_t> Buffer() const { return {m_pBuffer.get(), m_Options.nBuffer}; }
+  const SHostOptions& Options() const { return m_Options; }
   bool Json() const { return m_Options.bJson; }
 
  private:

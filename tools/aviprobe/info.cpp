@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/aviprobe/commands.h"
+#include "tools/aviprobe/core_view.h"
 #include "tools/aviprobe/json_line.h"
 #include "tools/aviprobe/names.h"
 
@@ -11,38 +12,8 @@ namespace {
 
 constexpr size_t kShownBytes = 64;
 
-/// What a decoder needs before the first unit.
-struct SConfig {
-  unsigned long nLength = 0;       ///< bytes that it has
-  std::span<const uint8_t> bytes;  ///< in the host's buffer; empty when it is larger than that
-};
-
-SConfig ReadConfig(const Host& host, const MediaFile& file, uint32_t track) {
-  const std::span<uint8_t> buffer = host.Buffer();
-  SConfig config;
-  int status = AVI_ERROR;
-  if (file.Plays(track)) {
-    const uint32_t type = file.Track(track).nTrackType;
-    file.Select(track);
-    if (type == AVI_TRACK_VIDEO) status = file.Parser().GetVideoConfig(buffer.data(), &config.nLength, buffer.size());
-    if (type == AVI_TRACK_AUDIO) status = file.Parser().GetAudioConfig(buffer.data(), &config.nLength, buffer.size());
-  }
-  if (status == AVI_OK && config.nLength <= buffer.size()) config.bytes = buffer.first(config.nLength);
-  return config;
-}
-
 std::string Hex(std::span<const uint8_t> bytes, const char* separator) {
   return fmt::format("{:02x}", fmt::join(bytes, separator));
-}
-
-/// Text from the file with everything that could upset a terminal made visible.
-std::string Printable(const char* text) {
-  std::string shown;
-  for (; *text; ++text) {
-    const auto c = static_cast<unsigned char>(*text);
-    shown += c >= 0x20 && c != 0x7F && c < 0x80 ? std::string(1, *text) : fmt::format("\\x{:02x}", c);
-  }
-  return shown;
 }
 
 bool Seekable(const TrackInfo& info) {
@@ -65,6 +36,12 @@ bool Indexed(const MediaFile& file) {
   return false;
 }
 
+/// The one thing here that no host can ask for: the library's own classes tell it, from a parse of their own. They stay
+/// silent, the library having said it all.
+const char* IndexKind(const Host& host, const MediaFile& file) {
+  return CoreView(file.Path(), host.Options().bStreaming, 0).IndexKind();
+}
+
 std::string Describe(const TrackInfo& info) {
   const std::string codec = fmt::format("{} ({})", CodecName(info.nTrackType, info.nCodecId), info.nCodecId);
   switch (info.nTrackType) {
@@ -85,11 +62,12 @@ std::string Describe(const TrackInfo& info) {
 void PrintText(const Host& host, const MediaFile& file) {
   const std::string tracks = file.TrackCount() ? fmt::format("tracks: {}", file.TrackCount()) : "no streams";
   fmt::print("{}: {} ms, {}, {}\n", file.Path(), file.Duration(), Indexed(file) ? "indexed" : "no index", tracks);
+  fmt::print("  index: {}\n", IndexKind(host, file));
   for (uint32_t track = 0; track < file.TrackCount(); ++track) {
     const TrackInfo& info = file.Track(track);
     fmt::print("  track {}: {}, {}{}\n", track, TrackTypeName(info.nTrackType), Describe(info),
                info.nTrackType == AVI_TRACK_NONE || file.Plays(track) ? "" : "; not the one that is played");
-    const SConfig config = ReadConfig(host, file, track);
+    const MediaFile::SConfig config = file.ReadConfig(track, host.Buffer());
     if (config.nLength == 0) continue;
     fmt::print("    configuration, {} bytes: {}{}\n", config.nLength,
                Hex(config.bytes.first(std::min(config.bytes.size(), kShownBytes)), " "),
@@ -125,7 +103,7 @@ Json TrackJson(const Host& host, const MediaFile& file, uint32_t track) {
       json["alpha"] = info.text.bSubtitleAlpha != 0;
       break;
   }
-  const SConfig config = ReadConfig(host, file, track);
+  const MediaFile::SConfig config = file.ReadConfig(track, host.Buffer());
   json["config_bytes"] = config.nLength;
   json["config"] = Hex(config.bytes, "");
   return json;
@@ -138,6 +116,7 @@ void PrintJson(const Host& host, const MediaFile& file) {
                  {"file", file.Path()},
                  {"duration_ms", file.Duration()},
                  {"indexed", Indexed(file)},
+                 {"index", IndexKind(host, file)},
                  {"tracks", tracks}});
 }
 

@@ -16,7 +16,7 @@ CLI::Validator Within(int64_t low, int64_t high) { return CLI::Range(low, high).
 constexpr int64_t kMaxTime = std::numeric_limits<uint32_t>::max();
 constexpr int64_t kMaxInt = std::numeric_limits<int32_t>::max();
 
-using Command = std::function<int(const Host&)>;
+using Command = std::function<int(const SHostOptions&)>;
 
 void AddHostOptions(CLI::App& app, SHostOptions& options) {
   app.add_option("--library", options.sLibrary, "The parser library to use instead of the one that belongs to the tool")
@@ -35,7 +35,7 @@ void AddInfo(CLI::App& app, Command& command) {
   auto files = std::make_shared<std::vector<std::string>>();
   CLI::App* info = app.add_subcommand("info", "Show duration, tracks and their configuration");
   info->add_option("FILE", *files, "AVI files")->required();
-  info->callback([=, &command] { command = [=](const Host& host) { return RunInfo(host, *files); }; });
+  info->callback([=, &command] { command = [=](const SHostOptions& host) { return RunInfo(Host(host), *files); }; });
 }
 
 void AddPackets(CLI::App& app, Command& command) {
@@ -45,7 +45,8 @@ void AddPackets(CLI::App& app, Command& command) {
   packets->add_option("--track", options->nTrack, "Only this track")->type_name("N")->check(Within(0, kMaxInt));
   packets->add_flag("--hash", options->bHash, "Add a hash of the bytes (FNV-1a, 64 bits)");
   packets->add_flag("--summary", options->bSummary, "Only a line per track and the total");
-  packets->callback([=, &command] { command = [=](const Host& host) { return RunPackets(host, *options); }; });
+  packets->callback(
+      [=, &command] { command = [=](const SHostOptions& host) { return RunPackets(Host(host), *options); }; });
 }
 
 void AddSeek(CLI::App& app, Command& command) {
@@ -64,7 +65,40 @@ void AddSeek(CLI::App& app, Command& command) {
   seek->add_option("--track", options->nTrack, "The track instead of the first one of its kind")
       ->type_name("N")
       ->check(Within(0, kMaxInt));
-  seek->callback([=, &command] { command = [=](const Host& host) { return RunSeek(host, *options); }; });
+  seek->callback([=, &command] { command = [=](const SHostOptions& host) { return RunSeek(Host(host), *options); }; });
+}
+
+void AddExtract(CLI::App& app, Command& command) {
+  auto options = std::make_shared<SExtractOptions>();
+  CLI::App* extract = app.add_subcommand("extract", "Write elementary streams as the decoders get them");
+  extract->add_option("FILE", options->sFile, "AVI file")->required();
+  CLI::Option* track = extract->add_option("--track", options->nTrack, "Only this track")->type_name("N");
+  CLI::Option* output = extract->add_option("-o,--output", options->sOutput, "Where to, - is stdout")->type_name("OUT");
+  track->check(Within(0, kMaxInt))->needs(output);
+  output->needs(track);
+  CLI::Option* all = extract->add_option("--all", options->sFolder, "Every track, to DIR/trackN.EXT")->type_name("DIR");
+  all->excludes(track)->excludes(output);
+  extract->callback([=, &command] {
+    if (all->empty() && track->empty()) throw CLI::RequiredError("--track with --output, or --all");
+    command = [=](const SHostOptions& host) { return RunExtract(Host(host), *options); };
+  });
+}
+
+void AddIndex(CLI::App& app, Command& command) {
+  auto options = std::make_shared<SIndexOptions>();
+  CLI::App* index = app.add_subcommand("index", "List the entries of the file's index");
+  index->add_option("FILE", options->sFile, "AVI file")->required();
+  index->add_option("--track", options->nTrack, "Only this track")->type_name("N")->check(Within(0, kMaxInt));
+  index->callback([=, &command] { command = [=](const SHostOptions& host) { return RunIndex(host, *options); }; });
+}
+
+void AddTree(CLI::App& app, Command& command) {
+  auto options = std::make_shared<STreeOptions>();
+  CLI::App* tree = app.add_subcommand("tree", "List the chunks of a file and what is wrong with them");
+  tree->add_option("FILE", options->sFile, "Any file")->required();
+  tree->add_flag("--skip-data", options->bSkipData,
+                 "Without the data chunks in movi that have nothing wrong with them");
+  tree->callback([=, &command] { command = [=](const SHostOptions& host) { return RunTree(host, *options); }; });
 }
 
 }  // namespace
@@ -81,6 +115,9 @@ int main(int argc, char** argv) try {
   AddInfo(app, command);
   AddPackets(app, command);
   AddSeek(app, command);
+  AddExtract(app, command);
+  AddIndex(app, command);
+  AddTree(app, command);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -88,7 +125,7 @@ int main(int argc, char** argv) try {
   }
 
   std::setvbuf(stdout, nullptr, _IOFBF, 1 << 16);
-  const int code = command(Host(options));
+  const int code = command(options);
   if (std::fflush(stdout) == 0) return code;
   throw HostError(std::string("cannot write: ") + std::strerror(errno));
 } catch (const std::exception& error) {

@@ -70,6 +70,15 @@ const char* CodecName(uint32_t trackType, uint32_t codecId) {
   return found == std::end(kCodecs) ? "unknown" : found->pName;
 }
 
+std::string Printable(std::string_view text) {
+  std::string shown;
+  for (const char character : text) {
+    const auto c = static_cast<unsigned char>(character);
+    shown += c >= 0x20 && c < 0x7F ? std::string(1, character) : fmt::format("\\x{:02x}", c);
+  }
+  return shown;
+}
+
 std::string StatusText(int status) {
   const char* words = "no known meaning";
   switch (status) {

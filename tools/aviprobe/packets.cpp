@@ -24,8 +24,7 @@ uint64_t AddHash(uint64_t unitHash, uint64_t hash) {
 /// The tracks in the order in which they are pulled: video, audio, text.
 std::vector<uint32_t> PlayedTracks(const MediaFile& file, const std::optional<uint32_t>& only) {
   if (only) {
-    if (*only >= file.TrackCount()) throw HostError(fmt::format("{}: has no track {}", file.Path(), *only));
-    if (!file.Plays(*only)) throw HostError(fmt::format("{}: track {} cannot be played", file.Path(), *only));
+    file.CheckPlays(*only);
     return {*only};
   }
   std::vector<uint32_t> tracks;
@@ -114,11 +113,8 @@ int RunPackets(const Host& host, const SPacketsOptions& options) {
   int failed = 0;
   for (const uint32_t track : tracks) {
     const TrackInfo& info = file.Track(track);
-    file.Select(track);
-    // The selection moves no cursor, and the audio tracks before this one have been played out.
-    if (info.nTrackType == AVI_TRACK_AUDIO) file.Parser().Seek(0, AVI_TRACK_AUDIO, 0);
     STotal total;
-    const SPullResult result = host.Pull(file, info.nTrackType, [&](const SUnit& unit) {
+    const SPullResult result = host.PullTrack(file, track, [&](const SUnit& unit) {
       const uint64_t hash = options.bHash ? Hash(unit.payload) : 0;
       if (options.bHash) total.nHash = AddHash(hash, total.nHash);
       if (total.nUnits++ == 0) total.nFirstMs = unit.nTimeMs;

@@ -14,10 +14,18 @@ namespace {
 
 constexpr char kPlainName[] = "libzu_parser_avi.so";
 constexpr char kLevelVariable[] = "ZUCP_DEBUG_LEVEL";
-constexpr const char* kLevels[] = {"0", "1", "7", "15"};  // by verbosity
-constexpr int32_t kLowestPriority = 2;                    // VERBOSE in the log library's numbering
+constexpr int kLevels[] = {0, 1, 7, 15};  // by verbosity
+constexpr int32_t kLowestPriority = 2;    // VERBOSE in the log library's numbering
 
 }  // namespace
+
+int LogMask(int verbosity) {
+  // The log library drops what is below INFO unless told otherwise, which not every version of it can be.
+  using SetPriority = int32_t (*)(int32_t);
+  const auto setPriority = reinterpret_cast<SetPriority>(dlsym(RTLD_DEFAULT, "__android_log_set_minimum_priority"));
+  if (setPriority) setPriority(kLowestPriority);
+  return kLevels[std::clamp(verbosity, 0, static_cast<int>(std::size(kLevels)) - 1)];
+}
 
 void ParserLibrary::Unloader::operator()(void* handle) const { dlclose(handle); }
 
@@ -31,12 +39,8 @@ ParserLibrary::ParserLibrary(const std::string& path, int verbosity) {
   if (!m_pCreate || !m_pDestroy) throw HostError(file + ": has no createParser and destroyParser");
 
   // The library asks for its level each time it makes a parser.
-  const int level = std::clamp(verbosity, 0, static_cast<int>(std::size(kLevels)) - 1);
-  setenv(kLevelVariable, kLevels[level], level > 0);
-  // The log library drops what is below INFO unless told otherwise. It comes along with the parser library.
-  using SetPriority = int32_t (*)(int32_t);
-  const auto setPriority = reinterpret_cast<SetPriority>(dlsym(m_pHandle.get(), "__android_log_set_minimum_priority"));
-  if (setPriority) setPriority(kLowestPriority);
+  const int mask = LogMask(verbosity);
+  setenv(kLevelVariable, std::to_string(mask).c_str(), mask != 0);
 }
 
 ParserHandle ParserLibrary::CreateParser() const {

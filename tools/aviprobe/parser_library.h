@@ -16,6 +16,10 @@ struct ParserCloser {
 };
 using ParserHandle = std::unique_ptr<IParser, ParserCloser>;
 
+/// The mask of messages that a verbosity stands for, as the library keeps it in `debug_level`; 0 is silence. Opens the
+/// log library for all of them.
+int LogMask(int verbosity);
+
 /// The parser library in memory. Must outlive the parsers that it made.
 class ParserLibrary {
  public:
