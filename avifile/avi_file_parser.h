@@ -148,6 +148,8 @@ class CAVIFileParser {
   SAVIStream* Stream(int stream) const {
     return m_aStream && stream >= 0 && stream < m_iStreamNum ? &m_aStream[stream] : nullptr;
   }
+  /// Streams with a record; a file may declare any number.
+  int StreamCount() const { return m_aStream ? m_iStreamNum : 0; }
   void SetVBR(int stream) {
     if (stream >= 0 && stream < AVI_VBR_STREAMS) m_abVBR[static_cast<size_t>(stream)] = 1;
   }

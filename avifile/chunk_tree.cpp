@@ -55,7 +55,7 @@ int CAVIFileParser::Destroy() {
 }
 
 void CAVIFileParser::FreeStreams() {
-  for (int i = 0; m_aStream && i < m_iStreamNum; ++i) {
+  for (int i = 0; i < StreamCount(); ++i) {
     const SIndex* index = m_aStream[i].pIndex;
     if (index && index->aIdx && m_iIndexType != IDXTYPE_OLD) AVI_LOGV("free aIdx - idx[%d]", i);
     FreeIndex(m_aStream[i].pIndex);

@@ -64,7 +64,7 @@ int CAVIFileParser::ParseChunkOldIdx(unsigned int offset, unsigned int size) {
 
 bool CAVIFileParser::AllocOldIndex(uint64_t capacity, OldIndexTable* table) {
   FreeIndexes();  // an OpenDML index that failed may have left some
-  for (int i = 0; i < m_iStreamNum; ++i) {
+  for (int i = 0; i < StreamCount(); ++i) {
     m_aStream[i].pIndex = AllocZeroed<SIndex>(1).release();  // freed by Destroy
     if (!m_aStream[i].pIndex) {
       AVI_LOGE("ERROR!!! AVI index malloc fail 1 ");
@@ -157,7 +157,7 @@ void CAVIFileParser::AbandonOldIndex(int pass) {
 
 void CAVIFileParser::FreeIndexes() {
   m_bOldIndexKept = false;
-  for (int i = 0; i < m_iStreamNum; ++i) {
+  for (int i = 0; i < StreamCount(); ++i) {
     FreeIndex(m_aStream[i].pIndex);
     m_aStream[i].pIndex = nullptr;
     FreeByteSums(m_aStream[i].pSums);

@@ -131,7 +131,7 @@ unsigned int CAVIFileParser::SeekVideoKeyFrame(unsigned int dwTime, int stream, 
 }
 
 void CAVIFileParser::ClearAllCursors() {
-  for (int i = 0; i < m_iStreamNum; ++i) {
+  for (int i = 0; i < StreamCount(); ++i) {
     if (SAVIStream* record = Stream(i)) ClearCursors(record);
   }
 }
@@ -146,7 +146,7 @@ int CAVIFileParser::SetStartTime(unsigned int dwTime, unsigned int* pdwStartTime
     return AVI_OK;
   }
   uint32_t time = dwTime;
-  for (int i = 0; i < m_iStreamNum; ++i) {
+  for (int i = 0; i < StreamCount(); ++i) {
     SAVIStream* record = Stream(i);
     const bool video = HasKind(record, kFccVideo) && record->nStreamType != STREAM_TYPE_SUBTITLE;
     if (nTrackType == kTrackVideo && video) {
@@ -205,7 +205,7 @@ int CAVIFileParser::SetStartTime(unsigned int dwTime, unsigned int* pdwStartTime
     return AVI_OK;
   }
   uint32_t time = dwTime;
-  for (int i = 0; i < m_iStreamNum; ++i) {
+  for (int i = 0; i < StreamCount(); ++i) {
     SAVIStream* record = Stream(i);
     if (!HasKind(record, kFccVideo)) continue;
     if (dwTime == 0) {
@@ -216,7 +216,7 @@ int CAVIFileParser::SetStartTime(unsigned int dwTime, unsigned int* pdwStartTime
     }
   }
   uint64_t bytes = 0;  // carried from one audio stream to the next, as ever
-  for (int i = 0; i < m_iStreamNum; ++i) {
+  for (int i = 0; i < StreamCount(); ++i) {
     SAVIStream* record = Stream(i);
     if (!HasKind(record, kFccAudio)) continue;
     if (dwTime == 0) {
@@ -311,7 +311,7 @@ uint32_t CAVIFileParser::FindAllCbrIndex(SAVIStream* record, uint32_t time, uint
 }
 
 void CAVIFileParser::MoveAllToEnd() {
-  for (int i = 0; i < m_iStreamNum; ++i) {
+  for (int i = 0; i < StreamCount(); ++i) {
     SAVIStream* record = Stream(i);
     record->dwCurrIdx = IndexCount(record);
     record->dwTotalBytes = 0;
@@ -322,7 +322,7 @@ unsigned int CAVIFileParser::getNextKeyFrameTime(unsigned int dwTime) {
   if (!IsIndexed()) return 0;
   uint32_t next = 0;  // a stream without a key frame behind `dwTime` answers with the position of the one before it
   uint32_t time = 0;
-  for (int i = 0; i < m_iStreamNum; ++i) {
+  for (int i = 0; i < StreamCount(); ++i) {
     const SAVIStream* record = Stream(i);
     if (!HasKind(record, kFccVideo)) continue;
     const uint32_t count = IndexCount(record);

@@ -143,7 +143,10 @@ int AVIParser::GetAC3Data(unsigned char* buf, unsigned long* bufLen, unsigned ch
     uint64_t size = mAC3FrameSize;
     if (held >= size + 4) {
       uint64_t stray = 0;
-      while (stray <= AVI_STRAY_BYTES && std::memcmp(frame + size + stray, frame, 2) != 0) ++stray;
+      while (stray <= AVI_STRAY_BYTES &&
+             (size + stray + 1 >= held || std::memcmp(frame + size + stray, frame, 2) != 0)) {
+        ++stray;
+      }
       if (stray > AVI_STRAY_BYTES) {
         ++start;  // a false sync word: search on behind it
         continue;

@@ -20,8 +20,10 @@ int AVIParser::GetSyncFrame(const SSyncFramer& framer, unsigned char* out, unsig
     return 0;
   }
 
+  // Wherever a read comes back empty the call ends as it stands: a source that would block must not hold the host in
+  // here, and nothing is learned about the chunks.
   int status = ReadIntoCarry(&buffer, 0, framer.name, framer.endText, len, ts, maxLen);
-  if (status != 0) return status;
+  if (status != 0 || *len == 0) return status;
   status = FindSync(framer, len, ts, maxLen);
   if (status < 0) return status;
   if (status > 0) return 0;
@@ -43,7 +45,7 @@ int AVIParser::GetSyncFrame(const SSyncFramer& framer, unsigned char* out, unsig
     if (!framer.readsAheadWhenVbr && mFileParser->IsVBR(SelectedAudio())) break;
     status = ReadIntoCarry(&buffer, 0, framer.name, endText, len, ts, maxLen);
     if (status != 0) return status;
-    if (*len == 0) return 0;  // a source that would block must not hold the host in here
+    if (*len == 0) return 0;
     buffer.Append(*len);
   }
   if (CutFromCarry(framer, out, len, maxLen, &nextByte1) != 0) {
