@@ -1,0 +1,110 @@
+#include <gtest/gtest.h>
+
+#include "tests/support/elementary.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/sources.h"
+
+namespace {
+
+const AudioFormat kFormat = Coded(0x2000, 48000, 8000), kFast = Coded(0x2000, 48000, 24000);
+const Bytes kEac3 = {0x0B, 0x77, 0x01, 0x80, 0x00, 0x80};  // 770 bytes
+
+Bytes F(uint32_t n) { return Frame({0x0B, 0x77, 0x80, 0x80, 0x08, 0x40}, 256, n); }  // 64 kbit/s, 32 ms
+Bytes Stray(size_t size) { return Frame({}, size, 1000); }
+Units PlayChunks(const std::vector<Bytes>& chunks) { return Play(AudioFile(kFormat, chunks)); }
+
+TEST(Ac3Framer, FramesComeWholeHoweverTheyAreCutIntoChunks) {
+  const Bytes swapped = {0x77, 0x0B, 0, 0, 0x40, 0x08}, largeEac3 = {0x77, 0x0B, 0x80, 0x04, 0x80, 0};
+  const Bytes plain = {0x0B, 0x77, 0, 0, 0x48, 0x40}, padded = {0x0B, 0x77, 0, 0, 0x49, 0x40};  // 44100 Hz
+  ExpectEveryFrame(kFormat, 32, {{Head(F(0), 6), 256}}, "2111112");
+  ExpectEveryFrame(kFormat, 32, {{swapped, 256}}, "2111112");
+  ExpectEveryFrame(kFormat, 35, {{plain, 278}, {padded, 280}}, "0000010");
+  ExpectEveryFrame(kFast, 32, {{kEac3, 770}}, "2221111");
+  ExpectEveryFrame(Coded(0x2000, 48000, 72000), 32, {{largeEac3, 2306}}, "2221222");
+}
+
+TEST(Ac3Framer, EverySizeCodeIsKnownAtEachRate) {
+  const size_t kKbps[] = {32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384, 448, 512, 576, 640};
+  const size_t kWords44[] = {69,  87,  104, 121, 139, 174, 208,  243,  278, 348,
+                             417, 487, 557, 696, 835, 975, 1114, 1253, 1393};
+  for (uint8_t code = 0; code < 38; ++code) {
+    const size_t sizes[] = {4 * kKbps[code / 2], 2 * (kWords44[code / 2] + code % 2), 6 * kKbps[code / 2]};
+    for (uint8_t rate = 0; rate < 3; ++rate) {
+      const Bytes f = Frame({0x0B, 0x77, 0, 0, static_cast<uint8_t>(rate << 6 | code), 0x40}, sizes[rate], 1);
+      EXPECT_EQ(PlayChunks({f, f}), (Units{{f, 0}, {f, static_cast<uint32_t>(sizes[rate] / 8)}})) << int{code};
+    }
+  }
+}
+
+TEST(Ac3Framer, WhatIsNoUsableHeaderIsSkipped) {
+  Bytes junk = Stray(20);
+  // bsid 9, 10, 17 and a swapped 9; size code 38; rate code 3.
+  for (const char* header : {"\x0B\x77--\x08\x48", "\x0B\x77--\x08\x57", "\x0B\x77--\x08\x88", "\x77\x0B--\x48\x08",
+                             "\x0B\x77--\x26\x40", "\x0B\x77--\xC8\x40"}) {
+    Append(junk, Join({std::string(header), Stray(14)}));
+  }
+  LogCapture log;
+  const Bytes last = Join({F(1), F(2), F(3)});
+  EXPECT_EQ(PlayChunks({Stray(50), Join({junk, F(0)}), last}), (Units{{F(0), 6}, {F(1), 55}, {F(2), 87}}));
+  EXPECT_EQ(log.Count("DetectedAC3StartCode bsid is invalid"), 4u);
+  EXPECT_EQ(log.Count("DetectedAC3StartCode Get abnormal frame size."), 2u);
+  EXPECT_EQ(log.Count("AC3 Start code not found."), 1u);
+  // A sync word just half way through a chunk is not seen.
+  EXPECT_EQ(PlayChunks({Join({Stray(252), F(0)}), last}), (Units{{F(1), 63}, {F(2), 95}}));
+  EXPECT_EQ(PlayChunks({Join({Stray(251), F(0)}), F(1)}), (Units{{F(0), 0}, {F(1), 63}}));
+}
+
+TEST(Ac3Framer, ThreeStrayBytesTravelWithTheFrameFourMakeTheSearchGoOn) {
+  const Bytes last = Join({F(3), F(4)}), three = Join({F(0), Stray(3)});
+  LogCapture log;
+  EXPECT_EQ(PlayChunks({Join({three, F(1), F(2)}), last}), (Units{{three, 0}, {F(1), 32}, {F(2), 96}, {F(3), 128}}));
+  EXPECT_EQ(PlayChunks({Join({F(0), Stray(4), F(1), F(2)}), last}), (Units{{F(1), 0}, {F(2), 96}, {F(3), 128}}));
+  EXPECT_EQ(log.Count("[ERROR] Can't find next start code "), 0u);
+  // Nothing confirms the frame behind them.
+  EXPECT_EQ(PlayChunks({Join({F(0), Stray(300), F(1)}), last}), (Units{{F(3), 101}}));
+  EXPECT_EQ(log.Count("[ERROR] Can't find next start code "), 1u);
+}
+
+TEST(Ac3Framer, AnEac3FramesSizeIsReadAtTheFrontAndItsBitRateServesOneRead) {
+  Bytes f[5];  // 768 is taken for the words of 384 kbit/s
+  for (uint32_t n = 0; n < 5; ++n) f[n] = Frame({0x0B, 0x77, 0x01, 0x7F, 0, 0x80}, 768, n);
+  EXPECT_EQ(Play(AudioFile(kFast, {f[0], f[1], f[2]})), (Units{{f[0], 0}, {f[1], 16}, {f[2], 32}}));
+  // Eight bytes of junk tell a size of 2, so that the chunk is not taken for a frame, nor any chunk after it.
+  EXPECT_EQ(Play(AudioFile(kFast, {Join({Bytes(8), f[0]}), f[1], f[2], f[3], f[4]})),
+            (Units{{f[0], 0}, {f[1], 96}, {f[2], 128}}));
+}
+
+TEST(Ac3Framer, ChunksAndBuffersMayBeSmall) {
+  const Bytes stream = Join({F(0), F(1), F(2)});
+  EXPECT_EQ(PlayChunks(Cut(stream, 7)), (Units{{F(0), 63}, {F(1), 95}}));
+  for (size_t size : {1u, 4u}) EXPECT_EQ(PlayChunks(Cut(stream, size)), Units());
+  MemorySource source(AudioFile(kFormat, Cut(stream, 100)));
+  OpenedParser parser(&source);
+  EXPECT_EQ(Pull(parser, AVI_TRACK_AUDIO, 200), Unit(Head(F(0), 200), 62));
+  EXPECT_EQ(Pull(parser, AVI_TRACK_AUDIO, 256), Unit(F(1), 94));
+  parser->Seek(0, AVI_TRACK_AUDIO, 0);
+  EXPECT_EQ(Pull(parser, AVI_TRACK_AUDIO), Unit(F(0), 62));
+  // A variable rate does not keep AC-3 from being read ahead.
+  const auto vbr =
+      AudioFile(Coded(0x2000, 48000, 0), {Head(stream, 300), F(2), F(3)}, StreamHeader{.scale = 1536, .rate = 48000});
+  EXPECT_EQ(Play(vbr)[0], Unit(F(0), 32));
+}
+
+TEST(Ac3Framer, TheFirstChunkTellsEac3FromAc3) {
+  const auto codecOf = [](const Bytes& chunk) {
+    MemorySource source(AviBuilder().Audio().Audio(kFormat).Chunk(0, F(0)).Chunk(1, chunk).Chunk(1, kEac3).Build());
+    return OpenedParser(&source)->GetTrackInfo(1)->nCodecId;
+  };
+  LogCapture log;
+  EXPECT_EQ(codecOf(F(0)), 203u);
+  for (size_t at : {0u, 4u, 10u, 11u, 12u}) EXPECT_EQ(codecOf(Join({Stray(at), kEac3, Stray(9)})), 204u) << at;
+  EXPECT_EQ(codecOf(Join({Stray(20), "\x77\x0B\0\0\0\x80", Stray(9)})), 204u);
+  EXPECT_EQ(codecOf(Join({Stray(20), "\x0B\x77\0\0\x80\x78", Stray(9)})), 203u);
+  EXPECT_EQ(codecOf({}), 204u);  // the first chunk that holds something
+  EXPECT_EQ(log.Count("CheckIsEAC3: can not find syncword - [1651978544][60]"), 0u);
+  EXPECT_EQ(codecOf(Join({Stray(2), kEac3, Stray(52)})), 203u);  // between what is compared and what is searched
+  EXPECT_EQ(log.Count("CheckIsEAC3: can not find syncword - [1651978544][60]"), 1u);
+  EXPECT_EQ(log.Count("MapTrackInfos: checking EAC3 logic fail - but processing as AC3 [-2147483648]"), 1u);
+}
+
+}  // namespace

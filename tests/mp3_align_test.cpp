@@ -1,0 +1,37 @@
+// Setting a Layer III stream on a frame sync.
+#include "tests/support/container.h"
+
+namespace {
+
+TEST(Mp3Align, TheCursorMovesToAChunkWithASync) {
+  const auto movie = [](const std::vector<Data>& chunks, bool indexed) {
+    AviBuilder builder;
+    builder.Audio({.tag = 0x55}).Audio();
+    for (const Data& chunk : chunks) builder.Chunk(0, chunk).Chunk(1, "\xFF\xFB");
+    return indexed ? builder.OldIndex().Build() : builder.Build();
+  };
+  // An index entry moves and keeps its size: the next header follows.
+  using Chunks = std::vector<Data>;
+  const std::pair<Chunks, Unit> kCases[] = {{Chunks{"\xFF\xFB++"}, Got("\xFF\xFB++")},
+                                            {Chunks{"ab\xFF\xE2"}, Got("\xFF\xE2\x30\x31")},
+                                            {Chunks{"", "a\xFF", "\xFF\xFA"}, Got("\xFF\xFA")},
+                                            {Chunks{"\xFF\xD2\xFF\xE4\xFF\xFD"}, NoMore()}};
+  for (const auto& [chunks, unit] : kCases) {
+    Container indexed(movie(chunks, true));
+    EXPECT_EQ(indexed->FindFirstDataMP3(0), unit.status);
+    EXPECT_EQ(indexed.Data(0), unit);
+  }
+  Container plain(movie({"x", "a\xFF\xFB", "junk.", "\xFF\xFB!!"}, false));
+  plain.Data(0);
+  for (const size_t nth : {0u, 1u}) {  // header, payload
+    plain.faulty.Arm({.first = nth, .last = nth, .status = -11});
+    EXPECT_EQ(plain->FindFirstDataMP3(0), 11);
+  }
+  EXPECT_EQ(plain->FindFirstDataMP3(0), 0);  // skips a whole chunk and takes one without any sync as it is
+  EXPECT_EQ(plain.Data(0), Got("junk."));
+  EXPECT_EQ(plain->FindFirstDataMP3(0), 0);
+  EXPECT_EQ(plain.Data(0), Got("\xFF\xFB!!"));
+  EXPECT_EQ(plain->FindFirstDataMP3(0), INT32_MIN);
+}
+
+}  // namespace

@@ -1,0 +1,73 @@
+#include "tests/support/heap_watch.h"
+
+#include <malloc.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+long g_failFirst = HeapWatch::kNever, g_failLast = HeapWatch::kNever;
+long g_asked = 0;
+long g_blocks = 0;
+size_t g_bytes = 0, g_peak = 0;
+
+bool Allowed() {
+  const long number = g_asked++;
+  return number < g_failFirst || number > g_failLast;
+}
+
+void* Took(void* block) {
+  if (!block) return nullptr;
+  ++g_blocks;
+  g_bytes += malloc_usable_size(block);
+  g_peak = std::max(g_peak, g_bytes);
+  return block;
+}
+
+void Gave(void* block) {
+  if (!block) return;
+  --g_blocks;
+  g_bytes -= malloc_usable_size(block);
+}
+
+}  // namespace
+
+extern "C" {
+void* __real_calloc(size_t count, size_t size);
+void* __real_realloc(void* block, size_t size);
+void __real_free(void* block);
+
+void* __wrap_calloc(size_t count, size_t size) { return Allowed() ? Took(__real_calloc(count, size)) : nullptr; }
+void* __wrap_realloc(void* block, size_t size) {
+  if (!Allowed()) return nullptr;
+  const size_t before = block ? malloc_usable_size(block) : 0;
+  void* grown = __real_realloc(block, size);
+  if (!grown) return nullptr;
+  g_blocks -= block != nullptr;
+  g_bytes -= before;
+  return Took(grown);
+}
+void __wrap_free(void* block) {
+  Gave(block);
+  __real_free(block);
+}
+}
+void* operator new(size_t size, const std::nothrow_t&) noexcept { return Allowed() ? ::operator new(size) : nullptr; }
+void* operator new[](size_t size, const std::nothrow_t&) noexcept {
+  return Allowed() ? ::operator new[](size) : nullptr;
+}
+
+void HeapWatch::Fail(long first, long last) {
+  g_asked = 0;
+  g_failFirst = first;
+  g_failLast = last;
+}
+long HeapWatch::StopFailing() {
+  g_failFirst = g_failLast = kNever;
+  return g_asked;
+}
+long HeapWatch::LiveBlocks() { return g_blocks; }
+size_t HeapWatch::StartPeak() { return g_peak = g_bytes; }
+size_t HeapWatch::Peak() { return g_peak; }

@@ -1,0 +1,24 @@
+#ifndef ZU_TESTS_SUPPORT_HEAP_WATCH_H_
+#define ZU_TESTS_SUPPORT_HEAP_WATCH_H_
+
+#include <cstddef>
+
+/// The program's own calls of the C heap, which the linker sends here (--wrap), and its nothrow new. Not thread-safe.
+class HeapWatch {
+ public:
+  static constexpr long kNever = -1;
+
+  /// From now on the allocations number `first` to `last`, counted from 0, fail.
+  static void Fail(long first, long last);
+  /// @return how many were asked for since Fail.
+  static long StopFailing();
+
+  /// Blocks of the C heap that were allocated and not freed.
+  static long LiveBlocks();
+  /// Begins to look for the peak. @return bytes of the C heap in use.
+  static size_t StartPeak();
+  /// The most bytes in use at once since then.
+  static size_t Peak();
+};
+
+#endif  // ZU_TESTS_SUPPORT_HEAP_WATCH_H_
