@@ -24,9 +24,9 @@ struct Cost {
 Cost OpenCost(SparseSource source) {
   const LogCapture silence("0");
   std::unique_ptr<IParser, void (*)(IParser*)> parser(createParser(), destroyParser);
-  const size_t before = HeapWatch::StartPeak();
+  const long before = HeapWatch::StartPeak();
   const int open = parser->Open(&source);
-  const Cost cost{open, parser->GetTrackCount(), HeapWatch::Peak() - before, source.reads.size()};
+  const Cost cost{open, parser->GetTrackCount(), static_cast<size_t>(HeapWatch::Peak() - before), source.reads.size()};
   parser->Close();
   return cost;
 }

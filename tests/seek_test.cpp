@@ -114,7 +114,8 @@ TEST(Seek, AllStreamsAtOnceShareOneSumOfBytes) {
 TEST(Seek, ALongIndexGivesWhatAStraightWalkGives) {
   constexpr uint32_t kEntries = 2000000;
   std::vector<uint32_t> raw;
-  for (uint32_t i = 0; i < kEntries; ++i) raw.insert(raw.end(), {0x62773030, 0x10, 4, i * 2654435761u >> 22});
+  for (uint32_t i = 0; i < kEntries; ++i)
+    raw.insert(raw.end(), {0x62773030, 0x10, 4, static_cast<uint32_t>((i * 2654435761ull & 0xFFFFFFFFu) >> 22)});
   Bytes index(raw.size() * 4);
   std::memcpy(index.data(), raw.data(), index.size());
   enum Rule { kBytes, kBlockCount, kAc3Count };

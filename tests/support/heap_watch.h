@@ -1,8 +1,6 @@
 #ifndef ZU_TESTS_SUPPORT_HEAP_WATCH_H_
 #define ZU_TESTS_SUPPORT_HEAP_WATCH_H_
 
-#include <cstddef>
-
 /// The program's own calls of the C heap, which the linker sends here (--wrap), and its nothrow new. Not thread-safe.
 class HeapWatch {
  public:
@@ -15,10 +13,10 @@ class HeapWatch {
 
   /// Blocks of the C heap that were allocated and not freed.
   static long LiveBlocks();
-  /// Begins to look for the peak. @return bytes of the C heap in use.
-  static size_t StartPeak();
+  /// Begins to look for the peak. @return bytes of the C heap in use, give or take a constant.
+  static long StartPeak();
   /// The most bytes in use at once since then.
-  static size_t Peak();
+  static long Peak();
 };
 
 #endif  // ZU_TESTS_SUPPORT_HEAP_WATCH_H_

@@ -1,0 +1,61 @@
+#include <gtest/gtest.h>
+
+#include "tests/support/avi_builder.h"
+#include "tests/support/host.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/sources.h"
+
+// Inputs that once did harm, found by fuzzing and by review. They have to be read again and again without any.
+
+namespace {
+
+void PlayAll(const Bytes& file, int expectedOpen = 0) {
+  const LogCapture silence("0");
+  MemorySource source(file);
+  OpenedParser parser(&source, expectedOpen);
+  for (int track = 0; track < 3; ++track) {
+    parser->SelectAudioTrack(track);
+    for (const uint32_t kind : {AVI_TRACK_VIDEO, AVI_TRACK_AUDIO, AVI_TRACK_TEXT}) {
+      parser->Seek(0, static_cast<int>(kind), 0);
+      Drain(parser, kind, kHostBuffer, false);
+    }
+  }
+}
+
+TEST(Regression, ARefusedStreamCountIsNotCountedThrough) {
+  // 0x70000000 streams, none described: a seek afterwards walked that many.
+  const Bytes file = Riff("AVI ", List("hdrl", Chunk("avih", Avih({.streams = 0x70000000}))));
+  PlayAll(file, -1);
+}
+
+TEST(Regression, AnAc3FrameFourBytesBeforeTheEndOfTheBufferIsCutInsideIt) {
+  // The carry-over buffer is filled to its last byte, and what is left behind the frame is exactly four bytes, so that
+  // the last place for a sync word reached beyond the block.
+  Bytes stream(1u << 20, 0);
+  const uint32_t frame = 2 * 64;  // 48 kHz, 32 kbit/s
+  for (size_t at = stream.size() - frame - 4; at < stream.size(); at += frame) {
+    const Bytes head{0x0B, 0x77, 0, 0, 0x00, 0x40};
+    std::copy_n(head.begin(), std::min(head.size(), stream.size() - at), stream.begin() + static_cast<ptrdiff_t>(at));
+  }
+  PlayAll(AviBuilder()
+              .Audio({.tag = 0x2000, .rate = 48000, .bytesPerSecond = 4000, .blockAlign = 1, .bits = 0},
+                     StreamHeader{.type = "auds", .rate = 4000, .sampleSize = 1})
+              .Chunk(0, stream)
+              .OldIndex()
+              .Build());
+}
+
+TEST(Regression, AnOpenDmlIndexBehindATruncatedMovieFreesNoSharedTable) {
+  // The second movi is longer than the file and takes the legacy index back, whose table both streams share; the indx
+  // then replaces the first stream's.
+  const Bytes stream = Join({Chunk("strh", Strh({})), Chunk("strf", Strf(VideoFormat{}))});
+  const Bytes entries = Join({"00dc", Le32(16), Le32(4), Le32(4), "01dc", Le32(16), Le32(16), Le32(4)});
+  const Bytes indx = Join({Le16(2), Bytes{0, 1}, Le32(1), "00dc", Le64(0), Le32(0), Le32(300), Le32(4)});
+  const Bytes children =
+      Join({Chunk("avih", Avih({.streams = 2})), List("strl", stream),
+            List("movi", Join({Chunk("00dc", "aaaa"), Chunk("01dc", "bbbb")})), Chunk("idx1", entries),
+            List("movi", "", 0x10000), Chunk("indx", indx), List("strl", stream)});
+  PlayAll(Riff("AVI ", List("hdrl", children, 0x40000), 0x50000));
+}
+
+}  // namespace
