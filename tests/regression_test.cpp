@@ -29,14 +29,13 @@ TEST(Regression, ARefusedStreamCountIsNotCountedThrough) {
 }
 
 TEST(Regression, AnAc3FrameFourBytesBeforeTheEndOfTheBufferIsCutInsideIt) {
-  // The carry-over buffer is filled to its last byte, and what is left behind the frame is exactly four bytes, so that
-  // the last place for a sync word reached beyond the block.
+  // The carry-over buffer is filled to its last byte. The frame at its front has no successor, so that the search goes
+  // on to one that is followed by just four bytes: the last place for its successor reached beyond the block.
+  constexpr size_t kFrame = 2 * 64;  // 48 kHz, 32 kbit/s
+  const Bytes head{0x0B, 0x77, 0, 0, 0x00, 0x40};
   Bytes stream(1u << 20, 0);
-  const uint32_t frame = 2 * 64;  // 48 kHz, 32 kbit/s
-  for (size_t at = stream.size() - frame - 4; at < stream.size(); at += frame) {
-    const Bytes head{0x0B, 0x77, 0, 0, 0x00, 0x40};
-    std::copy_n(head.begin(), std::min(head.size(), stream.size() - at), stream.begin() + static_cast<ptrdiff_t>(at));
-  }
+  std::copy(head.begin(), head.end(), stream.begin());
+  std::copy(head.begin(), head.end(), stream.end() - static_cast<ptrdiff_t>(kFrame + 4));
   PlayAll(AviBuilder()
               .Audio({.tag = 0x2000, .rate = 48000, .bytesPerSecond = 4000, .blockAlign = 1, .bits = 0},
                      StreamHeader{.type = "auds", .rate = 4000, .sampleSize = 1})
