@@ -1,0 +1,174 @@
+// Writes the first inputs of every target: make_corpus DIRECTORY SAMPLE...
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+#include "tests/support/avi_builder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+fs::path g_root;
+
+/// Writes `body` with what its target is to decide, in the order in which it draws.
+void Seed(const std::string& target, const Bytes& body, Bytes decisions = {}) {
+  static int number = 0;
+  Bytes all = Head(body, 64u << 10);
+  std::reverse(decisions.begin(), decisions.end());
+  Append(all, decisions);
+  Append(all, Le16(decisions.size()));
+  std::ofstream out(g_root / target / ("seed-" + std::to_string(number++)), std::ios::binary);
+  out.write(reinterpret_cast<const char*>(all.data()), static_cast<std::streamsize>(all.size()));
+  if (!out) throw std::runtime_error("cannot write to " + (g_root / target).string());
+}
+
+void Host(const Bytes& file) {
+  // Pulls some, describes, configures, seeks video and audio, takes key frames only, selects, looks for a key frame.
+  const Bytes tour = {0, 0,  3, 6, 7, 1, 2, 1, 1, 0, 0, 80, 0, 2, 2,  2, 0, 0,
+                      0, 40, 0, 1, 1, 0, 1, 3, 1, 4, 0, 5,  0, 0, 60, 0, 15};
+  Seed("host", file);
+  Seed("host", file, tour);
+  Seed("host", file, {1, 0, 7, 7, 1});                  // streaming
+  Seed("host", file, {0x40, 0, 20, 0, 1, 7, 1, 8, 1});  // a source that blocks once; small blocks
+}
+
+void Host(const AviBuilder& builder) { Host(builder.Build().bytes); }
+
+Bytes Swapped(Bytes bytes) {
+  for (size_t i = 0; i + 1 < bytes.size(); i += 2) std::swap(bytes[i], bytes[i + 1]);
+  return bytes;
+}
+/// A header and bytes that are none, `size` in all.
+Bytes Frame(Bytes header, size_t size) {
+  header.resize(size, 0x22);
+  return header;
+}
+Bytes Times(int count, const Bytes& frame) {
+  Bytes all;
+  for (int i = 0; i < count; ++i) Append(all, frame);
+  return all;
+}
+
+const Bytes kMp3 = Frame({0xFF, 0xFB, 0x14, 0xC4}, 96);  // 32 kbit/s, 48 kHz
+const Bytes kMp2 = Frame({0xFF, 0xFD, 0x14, 0xC4}, 96);
+const Bytes kAc3 = Frame({0x0B, 0x77, 0, 0, 0x00, 0x40}, 128);
+const Bytes kEac3 = Frame({0x0B, 0x77, 0x00, 0x3F, 0x3F, 0x80}, 128);
+const Bytes kH264 = Join({Le32(0x05000000), "\x67spsx", Le32(0x04000000), "\x68pps", Le32(0x09000000), "\x65idr-pict"});
+const Bytes kMpeg4 = Join({"\0\0\1\x20", Bytes{0, 0xC4, 0x8D, 0x88, 0, 0xCD, 0x14}, "\0\0\1\xB6\x10pict"});
+
+AudioFormat Compressed(uint32_t tag) {
+  return {.tag = tag, .rate = 48000, .bytesPerSecond = 4000, .blockAlign = 1, .bits = 0};
+}
+
+AviBuilder Frames(AviBuilder builder, int count, const Data& picture, const Data& sound) {
+  for (int i = 0; i < count; ++i) builder.Chunk(0, picture, i % 4 == 0).Chunk(1, sound);
+  return builder;
+}
+
+void Built() {
+  using Formats = std::vector<std::pair<std::string, Data>>;
+  const auto movie = [](const std::string& fourcc = "XVID") {
+    return AviBuilder()
+        .Main({.totalFrames = 12, .width = 320, .height = 240})
+        .Video({.fourcc = fourcc}, {.length = 12});
+  };
+  const Bytes mp3 = Times(2, kMp3);
+  Host(Frames(movie().Audio(Compressed(0x55)), 12, kMpeg4, mp3).OldIndex());
+  Host(Frames(movie().Audio(), 12, "odd", Bytes(176)).OldIndex(Offsets::kToHeader));
+  Host(Frames(movie().Audio(), 300, "", "s").OldIndex());
+  Host(Frames(movie().Audio(Compressed(0x2000)), 6, "", Swapped(kAc3)).OldIndex(Offsets::kToData));
+  Host(Frames(movie().Audio(Compressed(0x2000)), 6, kMpeg4, kEac3));
+  Host(Frames(movie().Audio(Compressed(0x50)).Rec(), 6, "I", kMp2).EndRec().Rec().Chunk(0, "P", false).EndRec());
+  Host(Frames(movie("H264").Audio(Compressed(0xFF)), 4, kH264, "aac").OldIndex());
+  const Bytes split =
+      Frames(movie("mpg2").Audio(Compressed(0x50)), 6, "half\0\0\1\0\x10\x08picture\0\0\1\0\x10\x10pi", kMp2)
+          .IndexEntry("00dc", 0x10, 4, 0xFFFF0)
+          .IndexEntry("00dc", 0x10, 4, 0xFFFF0)
+          .OldIndex()
+          .Build();
+  Host(split);
+  Seed("host", split, {0, 8, 2});  // into blocks of 1 MiB
+  Host(Frames(movie().Audio(Compressed(0x55)), 8, kMpeg4, Join({"junk", kMp3})).IndexEntry("JUNK", 0, 4, 8).OldIndex());
+  for (const auto& [fourcc, delta] : Formats{{"H263", "\0\0\x80\2\x1C\x80\0\x1C"},
+                                             {"H263", "\0\0\x80\2\x1C\x70\0\0"},
+                                             {"THEO", "@"},
+                                             {"DX50", "\0\0\1\x20\x80\0\0\0\1\xB6\x50vop"},
+                                             {"none", ""}}) {
+    Host(movie(fourcc).Chunk(0, "I").Chunk(0, delta).Chunk(0, delta, false).OldIndex());
+  }
+  Host(AviBuilder()
+           .Video({.fourcc = "DXSB"})
+           .InStream(Chunk("strn", "name"))
+           .Video({.fourcc = "DX50", .extra = {'V', 'O', 'L'}})
+           .Audio({.bits = 24})
+           .BeforeMovi(Chunk("JUNK", Bytes(9)))
+           .Chunk(0, "text")
+           .Chunk(1, "")
+           .Chunk(2, Bytes(100))
+           .OldIndex());
+  const auto groups = [](AviBuilder builder, bool field) {
+    Frames(builder, 5, kMpeg4, "s").ChunkIndex(0, field).ChunkIndex(1);
+    return Frames(builder.NextRiff(), 5, "I", "sound").ChunkIndex(0, field).ChunkIndex(1);
+  };
+  Host(groups(movie().Audio(), false));
+  Host(groups(movie().Audio(Compressed(0x55), StreamHeader{.scale = 1152, .rate = 48000}), true));
+  AviBuilder many;
+  for (uint32_t tag : {0x01u, 0x02u, 0x06u, 0x07u, 0x11u, 0x50u, 0x55u, 0xFFu, 0x160u, 0x2000u, 0x2001u, 0xFFFEu}) {
+    many.Audio({.tag = tag, .bits = 16, .extra = Bytes(22, 1)});
+  }
+  for (unsigned i = 0; i < 36; ++i) many.Chunk(i % 12, Bytes(i));
+  Host(many.OldIndex());
+}
+
+void Framers() {
+  // 2048 bytes, which fill a carry-over buffer so that the last frame ends four bytes in front of its end.
+  const Bytes filling = Join({kAc3, Frame({0x0B, 0x77, 0, 0, 0x80, 0x40}, 192),
+                              Times(6, Frame({0x0B, 0x77, 0, 0, 0x40, 0x40}, 138)), Times(7, kAc3), Bytes(4, 0x33)});
+  Seed("framers", filling, {2, 1, 1, 4, 0xF0, 0, 1});
+  for (const uint8_t flags : Bytes{0x00, 0x01, 0x02, 0x04, 0x08, 0xF0}) {
+    for (const Bytes& cuts : {Bytes{}, Bytes{0, 100, 0, 60, 1, 0, 0, 96, 0, 7}}) {
+      const Bytes rest = Join({Bytes{flags}, cuts});  // behind coding, rate, channels and bit rate
+      Seed("framers", Times(8, kMp3), Join({Bytes{0, 1, 1, 4}, rest}));
+      Seed("framers", Join({"junk", Times(8, kMp2)}), Join({Bytes{1, 1, 1, 4}, rest}));
+      Seed("framers", Times(8, kAc3), Join({Bytes{2, 1, 1, 4}, rest}));
+      Seed("framers", Times(8, Swapped(kEac3)), Join({Bytes{2, 1, 1, 4}, rest}));
+      for (uint8_t coding = 3; coding < 8; ++coding) Seed("framers", Bytes(3000, 7), Join({Bytes{coding, 0, 1}, rest}));
+    }
+  }
+}
+
+/// The front of a sample with an index over what is left, or without any if it has none.
+Bytes Shortened(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  AviFile file;
+  file.bytes.assign(std::istreambuf_iterator<char>(in), {});
+  const size_t movi = file.Find("movi");
+  const size_t end = std::min<size_t>(movi + (24u << 10), file.bytes.size());
+  Bytes index;
+  if (path.stem() != "no-index") {
+    for (size_t at = file.Find("idx1") + 8; at + 16 <= file.bytes.size(); at += 16) {
+      const uint8_t* entry = &file.bytes[at];
+      const size_t offset = entry[8] + entry[9] * size_t{256} + entry[10] * size_t{65536};
+      if (movi + offset < end) Append(index, Bytes(entry, entry + 16));
+    }
+    index = Chunk("idx1", index);
+  }
+  file.Put(movi - 4, Le32(end - movi));
+  return Join({Head(file.bytes, end), Bytes(end % 2), index});
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) return std::cerr << "usage: make_corpus DIRECTORY SAMPLE...\n", 2;
+  g_root = argv[1];
+  for (const char* target : {"host", "framers", "headers"}) fs::create_directories(g_root / target);
+  Built();
+  Framers();
+  for (const Bytes& bytes : {kMp3, kMp2, kAc3, kEac3, kH264, kMpeg4, Strf(VideoFormat{}), Strf(AudioFormat{})}) {
+    Seed("headers", bytes, Bytes(40, 8));
+  }
+  for (int i = 2; i < argc; ++i) Host(Shortened(argv[i]));
+}
