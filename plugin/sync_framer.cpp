@@ -20,8 +20,8 @@ int AVIParser::GetSyncFrame(const SSyncFramer& framer, unsigned char* out, unsig
     return 0;
   }
 
-  // Wherever a read comes back empty the call ends as it stands: a source that would block must not hold the host in
-  // here, and nothing is learned about the chunks.
+  // Wherever a read before the cut comes back empty the call ends as it stands: a source that would block must not hold
+  // the host in here, and nothing is learned about the chunks.
   int status = ReadIntoCarry(&buffer, 0, framer.name, framer.endText, len, ts, maxLen);
   if (status != 0 || *len == 0) return status;
   status = FindSync(framer, len, ts, maxLen);
@@ -41,8 +41,9 @@ int AVIParser::GetSyncFrame(const SSyncFramer& framer, unsigned char* out, unsig
   framer.framing = 1;
 
   const char* const endText = "mAudioEOS";
-  while (buffer.size() <= 2 * framer.frameSize) {
-    if (!framer.readsAheadWhenVbr && mFileParser->IsVBR(SelectedAudio())) break;
+  // Decided once: a chunk read in here may turn the stream into a VBR one.
+  const bool readsAhead = framer.readsAheadWhenVbr || !mFileParser->IsVBR(SelectedAudio());
+  while (readsAhead && buffer.size() <= 2 * framer.frameSize) {
     status = ReadIntoCarry(&buffer, 0, framer.name, endText, len, ts, maxLen);
     if (status != 0) return status;
     if (*len == 0) return 0;
