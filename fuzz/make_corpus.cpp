@@ -147,8 +147,10 @@ Bytes Shortened(const fs::path& path) {
   const size_t movi = file.Find("movi");
   const size_t end = std::min<size_t>(movi + (24u << 10), file.bytes.size());
   Bytes index;
-  if (path.stem() != "no-index") {
-    for (size_t at = file.Find("idx1") + 8; at + 16 <= file.bytes.size(); at += 16) {
+  const std::string id = "idx1";
+  const auto found = std::search(file.bytes.begin(), file.bytes.end(), id.begin(), id.end());
+  if (found != file.bytes.end()) {
+    for (size_t at = static_cast<size_t>(found - file.bytes.begin()) + 8; at + 16 <= file.bytes.size(); at += 16) {
       const uint8_t* entry = &file.bytes[at];
       const size_t offset = entry[8] + entry[9] * size_t{256} + entry[10] * size_t{65536};
       if (movi + offset < end) Append(index, Bytes(entry, entry + 16));
