@@ -48,12 +48,7 @@ int CAVIFileParser::GetFirstAudioData(int stream, char* buf, unsigned int nBufLe
   if (!record) return EndOfData(piRead, piTimeStamp);
   if (!IsIndexed()) {
     if (!m_pMovi) return AVI_ERROR;
-    if (record->dwCurrOffset == 0) {
-      unsigned int first = 0;
-      const int status = FindFirstData(stream, &first);
-      record->dwCurrOffset = first;
-      if (status == AVI_ERROR) return status;
-    }
+    if (PlaceCursor(stream, record) == AVI_ERROR) return AVI_ERROR;
   }
   return GetNextAudioData(stream, buf, nBufLen, piRead, piTimeStamp);
 }

@@ -213,6 +213,7 @@ class CAVIFileParser {
   int ReadScanHeader(SRIFF* riff);
   void LearnChunkId(const SRIFF& riff);
   void SkipScannedChunk(const SRIFF& riff);
+  int PlaceCursor(int stream, SAVIStream* record);
 
   // chunk_read.cpp
   int ReadPayload(void* buf, uint32_t size);
@@ -249,7 +250,7 @@ class CAVIFileParser {
   uint32_t FindAllCbrIndex(SAVIStream* record, uint32_t time, uint64_t* bytes);
   void SeekAllVideoStream(SAVIStream* record, unsigned char bSeekForward, uint32_t* time);
   void MoveAllToEnd();
-  void ClearAllCursors();
+  int SeekWithoutIndex(uint32_t dwTime, unsigned int* pdwStartTime);
 
   // mp3_align.cpp, eac3_probe.cpp
   int AlignIndexed(SAVIStream* record);

@@ -105,9 +105,7 @@ int CAVIFileParser::ReadScanned(int stream, SAVIStream* record, char* buf, unsig
   if (record->dwCurrOffset == 0) {
     AVI_LOGE(" GetNextData : dwCurrOffset is 0. Find first data");
     if (!m_pMovi) return EndOfData(piRead, piTimeStamp);
-    unsigned int first = 0;
-    FindFirstData(stream, &first);
-    record->dwCurrOffset = first;
+    PlaceCursor(stream, record);
   }
   if (record->dwCurrOffset == kCursorAtEnd) {
     AVI_LOGI(" GetNextData : EOF");

@@ -67,6 +67,14 @@ int CAVIFileParser::FindFirstData(int stream, unsigned int* pOffset) {
   }
 }
 
+int CAVIFileParser::PlaceCursor(int stream, SAVIStream* record) {
+  if (record->dwCurrOffset != 0) return AVI_OK;
+  unsigned int first = 0;
+  const int status = FindFirstData(stream, &first);
+  record->dwCurrOffset = first;
+  return status;
+}
+
 int CAVIFileParser::FindFirstTrackData(int stream, long* pOffset) {
   *pOffset = 0;
   if (!m_pMovi) return AVI_ERROR;

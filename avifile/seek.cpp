@@ -130,21 +130,17 @@ unsigned int CAVIFileParser::SeekVideoKeyFrame(unsigned int dwTime, int stream, 
   return both < 2 * uint64_t{dwTime} ? next : prev;
 }
 
-void CAVIFileParser::ClearAllCursors() {
-  for (int i = 0; i < StreamCount(); ++i) {
-    if (SAVIStream* record = Stream(i)) ClearCursors(record);
-  }
+int CAVIFileParser::SeekWithoutIndex(uint32_t dwTime, unsigned int* pdwStartTime) {
+  if (dwTime != 0) return AVI_ERROR;
+  for (int i = 0; i < StreamCount(); ++i) ClearCursors(Stream(i));
+  StoreTime(pdwStartTime, 0);
+  return AVI_OK;
 }
 
 int CAVIFileParser::SetStartTime(unsigned int dwTime, unsigned int* pdwStartTime, unsigned char bSeekForward,
                                  int nTrackType, int nSeekMode) {
   AVI_LOGV("SetStartTime start : %d\n", nTrackType);
-  if (!IsIndexed()) {
-    if (dwTime != 0) return AVI_ERROR;
-    ClearAllCursors();
-    StoreTime(pdwStartTime, 0);
-    return AVI_OK;
-  }
+  if (!IsIndexed()) return SeekWithoutIndex(dwTime, pdwStartTime);
   uint32_t time = dwTime;
   for (int i = 0; i < StreamCount(); ++i) {
     SAVIStream* record = Stream(i);
@@ -198,12 +194,7 @@ void CAVIFileParser::SeekAudioStream(int stream, SAVIStream* record, uint32_t dw
 }
 
 int CAVIFileParser::SetStartTime(unsigned int dwTime, unsigned int* pdwStartTime, unsigned char bSeekForward) {
-  if (!IsIndexed()) {
-    if (dwTime != 0) return AVI_ERROR;
-    ClearAllCursors();
-    StoreTime(pdwStartTime, 0);
-    return AVI_OK;
-  }
+  if (!IsIndexed()) return SeekWithoutIndex(dwTime, pdwStartTime);
   uint32_t time = dwTime;
   for (int i = 0; i < StreamCount(); ++i) {
     SAVIStream* record = Stream(i);

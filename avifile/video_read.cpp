@@ -73,12 +73,7 @@ int CAVIFileParser::GetFirstVideoData(int stream, char* buf, unsigned int nBufLe
   if (!record) return EndOfData(piRead, piTimeStamp);
   if (!IsIndexed()) {
     if (!m_pMovi) return AVI_ERROR;
-    if (record->dwCurrOffset == 0) {
-      unsigned int first = 0;
-      const int found = FindFirstData(stream, &first);
-      record->dwCurrOffset = first;
-      if (found != AVI_OK) return AVI_ERROR;
-    }
+    if (PlaceCursor(stream, record) != AVI_OK) return AVI_ERROR;
   }
   const int status = GetNextVideoData(stream, buf, nBufLen, piRead, true, piTimeStamp);
   const ByteSpan frame{reinterpret_cast<const uint8_t*>(buf), *piRead};
