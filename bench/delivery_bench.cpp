@@ -23,7 +23,7 @@ void Mp3Frames(benchmark::State& state) {
   if (parser->Open(&source) != 0) return state.SkipWithError("does not open");
   auto buffer = std::make_unique<unsigned char[]>(1u << 20);
   int64_t frames = 0;
-  for (auto _ : state) {
+  for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
     parser->Seek(0, AVI_TRACK_AUDIO, 0);
     source.reads.clear();
     unsigned long len = 0, ms = 0;
@@ -45,7 +45,7 @@ void AudioSeek(benchmark::State& state) {
   if (parser->Open(&source) != 0) return state.SkipWithError("does not open");
   unsigned long time = 1;
   parser->Seek(time, AVI_TRACK_AUDIO, 0);
-  for (auto _ : state) {
+  for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
     time = (time * 7919 + 1) % (entries * 10ul);
     parser->Seek(time + 1, AVI_TRACK_AUDIO, 0);
   }

@@ -53,7 +53,8 @@ TEST(OldIndex, OffsetsCountFromTheMovieOrTheFile) {
 }
 
 TEST(OldIndex, CountsWholeEntriesThatTheFileHolds) {
-  const auto expect = [](const Bytes& before, const Bytes& after, uint32_t type, size_t entries, std::string lines) {
+  const auto expect = [](const Bytes& before, const Bytes& after, uint32_t type, size_t entries,
+                         const std::string& lines) {
     ParsedFile file(AviBuilder().Video().BeforeMovi(before).AfterMovi(after).Build());
     EXPECT_EQ(file->GetIndexType(), type);
     EXPECT_EQ(file.Index(0).size(), entries);

@@ -29,7 +29,7 @@ std::vector<Bytes> Cut(const Bytes& stream, size_t size, uint32_t seed) {
 
 AviFile AudioFile(const AudioFormat& format, const std::vector<Bytes>& chunks, std::optional<StreamHeader> header) {
   AviBuilder builder;
-  builder.Audio(format, header).OldIndex();
+  builder.Audio(format, std::move(header)).OldIndex();
   for (const Bytes& chunk : chunks) builder.Chunk(0, chunk);
   return builder.Build();
 }
@@ -65,7 +65,8 @@ void ExpectEveryFrame(const AudioFormat& format, uint32_t ms, const std::vector<
       ASSERT_EQ(units[n].data, frames[n]) << "frame " << n;
       // A chunk's time goes to the first frame cut after reading it, which begins up to two frames before the chunk.
       // Whole milliseconds per frame fall behind where a large chunk has many frames.
-      ASSERT_NEAR(units[n].timeMs, bytes * 1000 / format.bytesPerSecond, exact ? 0 : 2 * ms + 1) << "frame " << n;
+      const uint64_t trueMs = bytes * 1000 / format.bytesPerSecond;
+      ASSERT_NEAR(units[n].timeMs, static_cast<double>(trueMs), exact ? 0 : 2 * ms + 1) << "frame " << n;
     }
   }
   EXPECT_EQ(notGiven, lost + "0");
