@@ -63,7 +63,7 @@ class AVIParser : public IParser {
 
   // track_map.cpp
   void MapTrackInfos();
-  void MapVideo(int stream, TrackInfo* record);
+  void MapVideo(TrackInfo* record);
   void MapAudio(int stream, TrackInfo* record);
   void MapAudioCodec(int stream, TrackInfo* record);
   void MapMpegAudio(uint32_t mode);

@@ -1,4 +1,5 @@
 #define LOG_TAG "aviparser"
+#include "avifile/format_fields.h"
 #include "base/checked_math.h"
 #include "base/log.h"
 #include "plugin/avi_parser.h"
@@ -75,13 +76,13 @@ void AVIParser::MapTrackInfos() {
     mFileParser->GetMoviInfo(&mMoviInfo, stream);
     TrackInfo* record = &mTrackInfos[stream];
     if ((mMoviInfo.bHasVideo || mMoviInfo.bHasAudio) && mDurationMs == 0) mDurationMs = mMoviInfo.dwDuration;
-    if (mMoviInfo.bHasVideo) MapVideo(stream, record);
+    if (mMoviInfo.bHasVideo) MapVideo(record);
     if (mMoviInfo.bHasAudio) MapAudio(stream, record);
   }
   AVI_LOGV("Call MapTrackInfos End");
 }
 
-void AVIParser::MapVideo(int /*stream*/, TrackInfo* record) {
+void AVIParser::MapVideo(TrackInfo* record) {
   record->nTrackType = AVI_TRACK_VIDEO;
   record->video.bSeekable = mMoviInfo.bIndexed;
   if (mMoviInfo.dwVideoType == STREAM_TYPE_SUBTITLE) {
@@ -158,7 +159,7 @@ void AVIParser::MapPcm() {
 void AVIParser::MapMpegAudio(uint32_t mode) {
   const uint32_t rate = mMoviInfo.dwSampleRate;
   const uint32_t bitRate = mMoviInfo.dwAudioBitRate;
-  const bool mpeg1 = rate == 32000 || rate == 44100 || rate == 48000;
+  const bool mpeg1 = IsMpeg1SampleRate(rate);
   // Samples per frame over samples per second, times bytes per second; Layer II: over eight from the start.
   const uint32_t product = rate == 0   ? 0
                            : mode == 2 ? CheckedMul<uint32_t>(bitRate, 144u)
