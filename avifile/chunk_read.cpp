@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr uint64_t kCursorAtEnd = 0xFFFFFFFFu;
-
 /// Where the Xing tag stands behind a Layer III header: after the side information, whose size depends on the version
 /// and on the number of channels (ISO/IEC 11172-3 2.4.1.7, 13818-3 2.4.1.7).
 size_t XingOffset(uint8_t headerByte1, int channels) {

@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr uint32_t kNoChunk = 0xFFFFFFFFu;
 constexpr long kPastLastChunk = -2147483648L;
 
 }  // namespace
@@ -33,7 +32,7 @@ int CAVIFileParser::FindFirstData(int stream, unsigned int* pOffset) {
   }
   const SAVIStream* record = Stream(stream);
   if (!record) {
-    *pOffset = kNoChunk;
+    *pOffset = kCursorAtEnd;
     return AVI_ERROR;
   }
   if (*pOffset != 0) return AVI_OK;
@@ -48,7 +47,7 @@ int CAVIFileParser::FindFirstData(int stream, unsigned int* pOffset) {
       return AVI_EAGAIN;
     }
     if (nRead == 0) {
-      *pOffset = kNoChunk;
+      *pOffset = kCursorAtEnd;
       return AVI_ERROR;
     }
     if (IsList(riff)) continue;

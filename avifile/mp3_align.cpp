@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr uint64_t kCursorAtEnd = 0xFFFFFFFFu;
 constexpr unsigned kLayer3Nibbles = 0x0C0C;  // 2, 3, 10, 11: Layer III, either version, protected or not
 
 /// Position of the first two bytes that look like a Layer III header; kNotFound.

@@ -65,6 +65,9 @@ constexpr uint32_t kChunkSizeMask = 0x7FFFFFFFu;
 inline bool IsKeyFrame(const SIndexEntry& entry) { return (entry.dwSize & kNotKeyFrame) == 0; }
 inline uint32_t ChunkSize(const SIndexEntry& entry) { return entry.dwSize & kChunkSizeMask; }
 
+/// The `dwCurrOffset` of a stream that has no further chunk.
+constexpr uint32_t kCursorAtEnd = 0xFFFFFFFFu;
+
 /// What is known of one declared stream.
 struct SAVIStream {
   uint32_t dwChunkId;         ///< FourCC of its data chunks; 0 until learned
