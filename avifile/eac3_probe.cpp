@@ -1,6 +1,7 @@
 #define LOG_TAG "AVIFileParser"
 #include <algorithm>
 
+#include "avifile/ac3_header.h"
 #include "avifile/avi_file_parser.h"
 #include "avifile/riff_header.h"
 #include "base/log.h"
@@ -8,10 +9,6 @@
 namespace {
 
 constexpr size_t kBsidByte = 5;  // ATSC A/52: bsid in its top five bits; 16 is E-AC-3
-
-bool IsAc3Sync(const uint8_t* bytes) {
-  return (bytes[0] == 0x0B && bytes[1] == 0x77) || (bytes[0] == 0x77 && bytes[1] == 0x0B);
-}
 
 }  // namespace
 

@@ -1,6 +1,7 @@
 #ifndef ZU_AVIFILE_FORMAT_FIELDS_H_
 #define ZU_AVIFILE_FORMAT_FIELDS_H_
 
+#include "avifile/mpeg_audio_header.h"
 #include "avifile/records.h"
 #include "base/bytes.h"
 
@@ -39,8 +40,5 @@ inline bool IsVbrByHeader(const SAVIStream* stream) {
   return stream->m_pStrh->dwScale == 1152 ||
          (stream->m_pStrh->dwRate == SamplesPerSec(stream) && SampleSize(stream) == 0);
 }
-
-/// Whether the sample rate is one of MPEG-1 audio (ISO/IEC 11172-3), whose Layer III frames have 1152 samples.
-constexpr bool IsMpeg1SampleRate(uint32_t rate) { return rate == 32000 || rate == 44100 || rate == 48000; }
 
 #endif  // ZU_AVIFILE_FORMAT_FIELDS_H_

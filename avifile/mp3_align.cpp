@@ -2,19 +2,16 @@
 #include <algorithm>
 
 #include "avifile/avi_file_parser.h"
+#include "avifile/mpeg_audio_header.h"
 #include "avifile/riff_header.h"
 #include "base/log.h"
 
 namespace {
 
-constexpr unsigned kLayer3Nibbles = 0x0C0C;  // 2, 3, 10, 11: Layer III, either version, protected or not
-
 /// Position of the first two bytes that look like a Layer III header; kNotFound.
 ptrdiff_t FindLayer3Sync(ByteSpan chunk) {
   for (size_t i = 0; i + 1 < chunk.size(); ++i) {
-    if (chunk[i] == 0xFF && chunk[i + 1] >= 0xE0 && (kLayer3Nibbles >> (chunk[i + 1] & 0x0F) & 1)) {
-      return static_cast<ptrdiff_t>(i);
-    }
+    if (chunk[i] == 0xFF && MpegAudioLayer(chunk[i + 1]) == 3) return static_cast<ptrdiff_t>(i);
   }
   return kNotFound;
 }

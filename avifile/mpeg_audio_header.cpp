@@ -1,3 +1,5 @@
+#include "avifile/mpeg_audio_header.h"
+
 #include <cstddef>
 
 #include "avifile/avi_file_parser.h"
@@ -11,11 +13,11 @@ enum : unsigned { kVersion25 = 0, kVersionReserved = 1, kVersion2 = 2, kVersion1
 enum : unsigned { kLayerReserved = 0, kLayer3 = 1, kLayer2 = 2, kLayer1 = 3 };
 constexpr unsigned kModeMono = 3;
 
-constexpr int kSampleRates[3] = {44100, 48000, 32000};
+constexpr uint32_t kSampleRates[3] = {44100, 48000, 32000};
 
 // kbit/s by bit rate index, 0 being free format. ISO/IEC 11172-3 2.4.2.3; ISO/IEC 13818-3 2.4.2.3 for the lower rates.
 enum : size_t { kRow1L1, kRow1L2, kRow1L3, kRow2L1, kRow2L23 };
-constexpr int kBitrates[5][15] = {
+constexpr uint16_t kBitrates[5][15] = {
     {0, 32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448},
     {0, 32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384},
     {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320},
@@ -28,44 +30,45 @@ size_t BitrateRow(unsigned version, unsigned layer) {
   return layer == kLayer1 ? kRow2L1 : kRow2L23;
 }
 
-void Store(int* out, int value) {
-  if (out) *out = value;
+void Store(int* out, uint32_t value) {
+  if (out) *out = static_cast<int>(value);
 }
 
 }  // namespace
 
-bool CAVIFileParser::GetMPEGAudioFrameSize(unsigned int header, int* frameSize, int* sampleRate, int* channels,
-                                           int* bitrateKbps, int* samplesPerFrame) {
-  *frameSize = 0;
-  Store(sampleRate, 0);
-  Store(channels, 0);
-  Store(bitrateKbps, 0);
-  Store(samplesPerFrame, 1152);
-
+bool DecodeMpegAudioHeader(uint32_t header, SMpegAudioHeader* out) {
   const unsigned version = header >> 19 & 3;
   const unsigned layer = header >> 17 & 3;
   const unsigned bitrateIndex = header >> 12 & 15;
   const unsigned rateIndex = header >> 10 & 3;
-  const int padding = static_cast<int>(header >> 9 & 1);
+  const uint32_t padding = header >> 9 & 1;
   if (header < kSyncMask || version == kVersionReserved || layer == kLayerReserved || bitrateIndex == 0 ||
       bitrateIndex == 15 || rateIndex == 3) {
     return false;
   }
-
-  const int rate = kSampleRates[rateIndex] / (version == kVersion1 ? 1 : version == kVersion2 ? 2 : 4);
-  const int kbps = kBitrates[BitrateRow(version, layer)][bitrateIndex];
+  out->nSampleRate = kSampleRates[rateIndex] / (version == kVersion1 ? 1 : version == kVersion2 ? 2 : 4);
+  out->nKbps = kBitrates[BitrateRow(version, layer)][bitrateIndex];
+  out->nChannels = (header >> 6 & 3) == kModeMono ? 1 : 2;
   if (layer == kLayer1) {
-    *frameSize = (kbps * 12000 / rate + padding) * 4;
-    Store(samplesPerFrame, 384);
+    out->nSamples = 384;
+    out->nFrameSize = (out->nKbps * 12000 / out->nSampleRate + padding) * 4;
   } else {
-    const bool half = layer == kLayer3 && version != kVersion1;
-    *frameSize = kbps * (half ? 72000 : 144000) / rate + padding;
-    Store(samplesPerFrame, half ? 576 : 1152);
+    out->nSamples = MpegFrameSamples(layer == kLayer3 && version != kVersion1);
+    out->nFrameSize = out->nKbps * (out->nSamples * 125) / out->nSampleRate + padding;
   }
-  Store(sampleRate, rate);
-  Store(channels, (header >> 6 & 3) == kModeMono ? 1 : 2);
-  Store(bitrateKbps, kbps);
   return true;
+}
+
+bool CAVIFileParser::GetMPEGAudioFrameSize(unsigned int header, int* frameSize, int* sampleRate, int* channels,
+                                           int* bitrateKbps, int* samplesPerFrame) {
+  SMpegAudioHeader decoded;
+  const bool valid = DecodeMpegAudioHeader(header, &decoded);
+  Store(frameSize, decoded.nFrameSize);
+  Store(sampleRate, decoded.nSampleRate);
+  Store(channels, decoded.nChannels);
+  Store(bitrateKbps, decoded.nKbps);
+  Store(samplesPerFrame, decoded.nSamples);
+  return valid;
 }
 
 __attribute__((visibility("default"))) unsigned int readBits(char* buf, unsigned int* bitPos, unsigned int count) {

@@ -7,6 +7,9 @@
 
 constexpr uint8_t kVolStartCode = 0x20;  // ISO/IEC 14496-2: video_object_layer_start_code
 constexpr uint8_t kVopStartCode = 0xB6;  // ISO/IEC 14496-2: vop_start_code
+constexpr int kVopI = 0, kVopB = 2;      // ISO/IEC 14496-2: vop_coding_type
+/// Start of an IDR slice: ITU-T H.264 annex B, nal_unit_type 5.
+constexpr uint8_t kIdrSlice[] = {0x00, 0x00, 0x00, 0x01, 0x65};
 
 /// Turns NAL units behind 4-byte big-endian lengths (ISO/IEC 14496-15) into NAL units behind 00 00 00 01, in place. A
 /// frame that has start codes already stays as it is. @return false when a length of 0 shows it to be damaged.

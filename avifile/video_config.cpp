@@ -76,7 +76,6 @@ unsigned char CAVIFileParser::ConfigFromFirstFrame(const SAVIStream* stream, uin
 }
 
 unsigned char CAVIFileParser::GetCodecSpecificInfo(int stream, uint8_t* buffer, uint32_t* length, uint32_t capacity) {
-  constexpr uint8_t kIdrSlice[] = {0x00, 0x00, 0x00, 0x01, 0x65};  // ITU-T H.264 annex B, nal_unit_type 5
   if (!IsIndexed()) {
     *length = 0;
     return 0;

@@ -1,11 +1,11 @@
 #define LOG_TAG "AVIFileParser"
 #include "avifile/vol_header.h"
 
+#include "avifile/video_bitstream.h"
 #include "base/log.h"
 
 namespace {
 
-enum : unsigned { kVopI = 0, kVopB = 2 };
 constexpr unsigned kMaxIncrementBits = 16;
 constexpr size_t kBitsBeforeIncrement = 4;  // vop_coding_type, end of modulo_time_base, marker
 
@@ -21,7 +21,7 @@ bool BitsAre(ByteSpan data, size_t at, size_t count, unsigned value) {
 
 uint32_t GuessTimeIncrementResolution(ByteSpan frame, size_t vop) {
   const ByteSpan header = frame.subspan(vop + 4);
-  const unsigned type = header[0] >> 6;
+  const int type = header[0] >> 6;
   AVI_LOGV("frame_type = %ld", static_cast<long>(type));
   if (type != kVopI && type != kVopB) return 0;
   // Behind marker and vop_coded: intra_dc_vlc_thr, which is 0 in practice; a B-VOP is tested for one bit more.

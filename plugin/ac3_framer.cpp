@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "avifile/ac3_header.h"
 #include "base/log.h"
 #include "plugin/sync_framer.h"
 
@@ -25,12 +26,11 @@ static_assert(FrameWords(0, 0) == 64 && FrameWords(0, 1) == 69 && FrameWords(0, 
 static_assert(FrameWords(37, 0) == 1280 && FrameWords(37, 1) == 1394 && FrameWords(37, 2) == 1920);
 
 bool IsSwapped(const unsigned char* sync) { return sync[0] == 0x77; }
-bool IsSync(const unsigned char* at) { return (at[0] == 0x0B && at[1] == 0x77) || (at[0] == 0x77 && at[1] == 0x0B); }
 
 /// First sync word that begins in [at, end); `end` when there is none. One byte behind `end` is readable.
 unsigned char* NextSync(unsigned char* at, unsigned char* end) {
   for (; at < end; ++at) {
-    if (IsSync(at)) return at;
+    if (IsAc3Sync(at)) return at;
   }
   return end;
 }

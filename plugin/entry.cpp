@@ -11,8 +11,6 @@ __attribute__((visibility("default"))) int debug_level = 0;
 
 namespace {
 
-constexpr size_t kPropertyBytes = 92;
-
 int ReadDebugLevel() {
   char value[kPropertyBytes] = {};
   property_get("zucp.debug.level", value, "1");

@@ -2,24 +2,10 @@
 #include <algorithm>
 #include <cstring>
 
+#include "avifile/mpeg_audio_header.h"
 #include "base/bytes.h"
 #include "base/log.h"
 #include "plugin/sync_framer.h"
-
-namespace {
-
-// The low nibble of a header's second byte: low version bit, two layer bits, protection bit.
-constexpr unsigned kLayer3Nibbles = 0x0C0C;  // 2, 3, 10, 11
-constexpr unsigned kLayer2Nibbles = 0x3030;  // 4, 5, 12, 13
-
-/// Layer of a header's second byte: 2, 3, or 0 for anything else.
-uint32_t LayerOf(uint8_t byte1) {
-  if (byte1 < 0xE0) return 0;
-  const unsigned bit = 1u << (byte1 & 0x0F);
-  return kLayer3Nibbles & bit ? 3 : kLayer2Nibbles & bit ? 2 : 0;
-}
-
-}  // namespace
 
 int AVIParser::GetMpegAudioData(unsigned char* out, unsigned long* len, unsigned long* timestampMs,
                                 unsigned long maxLen) {
@@ -38,7 +24,7 @@ int AVIParser::GetMpegAudioData(unsigned char* out, unsigned long* len, unsigned
 }
 
 bool AVIParser::AcceptsMpegHeader(const unsigned char* header) const {
-  const uint32_t layer = LayerOf(header[1]);
+  const uint32_t layer = MpegAudioLayer(header[1]);
   // An index with foreign chunks makes false headers likely: then only the track's own layer counts.
   const bool strict = mFileParser->HasJunkInIndex();
   if (layer == 0 || (strict && layer != mMpegAudioMode)) return false;

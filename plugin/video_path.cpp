@@ -1,15 +1,11 @@
 #define LOG_TAG "aviparser"
 #include <cstring>
-#include <iterator>
 
 #include "avifile/video_bitstream.h"
 #include "base/log.h"
 #include "plugin/avi_parser.h"
 
 namespace {
-
-constexpr int kVopB = 2;
-constexpr unsigned char kIdrSlice[] = {0x00, 0x00, 0x00, 0x01, 0x65};  // ITU-T H.264 annex B
 
 // ISO/IEC 11172-2, 13818-2: picture_coding_type stands in the sixth byte of a picture that begins with its start code.
 enum class EPicture { kNone, kI, kP, kOther };

@@ -9,11 +9,9 @@
 
 namespace {
 
-constexpr size_t kMaxValue = 92;  // the caller's memory, terminator included
-
-void EnvironmentName(const char* key, char (&name)[kMaxValue]) {
+void EnvironmentName(const char* key, char (&name)[kPropertyBytes]) {
   size_t i = 0;
-  for (; key[i] && i + 1 < kMaxValue; ++i) {
+  for (; key[i] && i + 1 < kPropertyBytes; ++i) {
     const int c = static_cast<unsigned char>(key[i]);
     name[i] = std::isalnum(c) ? static_cast<char>(std::toupper(c)) : '_';
   }
@@ -23,11 +21,11 @@ void EnvironmentName(const char* key, char (&name)[kMaxValue]) {
 }  // namespace
 
 int property_get(const char* key, char* value, const char* default_value) {
-  char name[kMaxValue];
+  char name[kPropertyBytes];
   EnvironmentName(key, name);
   const char* found = std::getenv(name);
   if (!found || !*found) found = default_value ? default_value : "";
-  const size_t length = strnlen(found, kMaxValue - 1);
+  const size_t length = strnlen(found, kPropertyBytes - 1);
   std::memcpy(value, found, length);
   value[length] = '\0';
   return static_cast<int>(length);
