@@ -1,10 +1,11 @@
 #define LOG_TAG "aviparser"
+#include "plugin/ac3_framer.h"
+
 #include <algorithm>
 #include <cstring>
 
 #include "avifile/ac3_header.h"
 #include "base/log.h"
-#include "plugin/sync_framer.h"
 
 namespace {
 
@@ -37,30 +38,14 @@ unsigned char* NextSync(unsigned char* at, unsigned char* end) {
 
 }  // namespace
 
-int AVIParser::GetAC3AudioData(unsigned char* out, unsigned long* len, unsigned long* timestampMs,
-                               unsigned long maxLen) {
-  const SSyncFramer framer{mAC3Buf,
-                           mAC3FrameSize,
-                           mAC3Timestamp,
-                           mAC3Resync,
-                           mAC3Framing,
-                           "GetAC3AudioData",
-                           "GetAC3AudioData mAudioEOS = OMX_TRUE ",
-                           true,
-                           &AVIParser::DetectedAC3StartCode,
-                           &AVIParser::GetAC3Data,
-                           &AVIParser::Ac3BufferedTime};
-  return GetSyncFrame(framer, out, len, timestampMs, ClampLength(maxLen));
-}
-
-/// Takes the frame size from the header at `sync`, of which `held` bytes are there, in data that begins at `front`.
-bool AVIParser::TakeAC3Header(const unsigned char* front, const unsigned char* sync, uint64_t held) {
+bool Ac3Framer::TakeHeader(const STrackInput& in, const unsigned char* front, const unsigned char* sync,
+                           uint64_t held) {
   const bool swapped = IsSwapped(sync);
   const auto byteAt = [&](uint64_t at) { return at < held ? sync[at] : uint8_t{0}; };
   const uint8_t bsidByte = byteAt(swapped ? 4 : 5);
   const uint8_t rateByte = byteAt(swapped ? 5 : 4);
   if (bsidByte >= 88 && bsidByte < 136) {  // bsid 11 to 16
-    TakeEAC3Header(front, rateByte >> 6, swapped);
+    TakeEAC3Header(in, front, rateByte >> 6, swapped);
     return true;
   }
   if (bsidByte >= 72) {  // bsid 9, 10, and above 16
@@ -73,74 +58,69 @@ bool AVIParser::TakeAC3Header(const unsigned char* front, const unsigned char* s
     AVI_LOGE("DetectedAC3StartCode Get abnormal frame size.");
     return false;
   }
-  mAC3FrameSize = FrameWords(sizeCode, rateCode) * 2;
+  mFrameSize = FrameWords(sizeCode, rateCode) * 2;
   return true;
 }
 
-/// Size and bit rate of an E-AC-3 frame. The size comes from the front of the data, wherever the sync word is.
-void AVIParser::TakeEAC3Header(const unsigned char* front, uint8_t rateCode, bool swapped) {
+void Ac3Framer::TakeEAC3Header(const STrackInput& in, const unsigned char* front, uint8_t rateCode, bool swapped) {
+  // The size comes from the front of the data, wherever the sync word is: the frames delivered are cut by it.
   const uint32_t high = front[swapped ? 3 : 2] & 7u;
   const uint32_t low = front[swapped ? 2 : 3];
-  mAC3FrameSize = ((high << 8 | low) + 1) * 2;
+  mFrameSize = ((high << 8 | low) + 1) * 2;
   if (rateCode >= kRateCodes) return;
   for (uint32_t sizeCode = 0; sizeCode < kSizeCodes; sizeCode += 2) {
-    // Words against bytes, as ever: the rate found serves the time of one read.
-    if (FrameWords(sizeCode, rateCode) != mAC3FrameSize) continue;
-    mFileParser->SetAC3BitRate(kBitRates[sizeCode / 2] * 1000);
+    // The table's words are compared with a size in bytes; with another unit the times of E-AC-3 chunks would change.
+    if (FrameWords(sizeCode, rateCode) != mFrameSize) continue;
+    in.file->SetAC3BitRate(kBitRates[sizeCode / 2] * 1000);
     return;
   }
 }
 
-/// Moves `*start` to the first acceptable sync word in [*start, end) of `buf`.
-/// @return 0; -1: fewer than 4 bytes; AVI_ERROR: none, the bytes zeroed.
-int AVIParser::FindAC3Sync(unsigned char* buf, uint64_t* start, uint64_t end) {
-  const uint64_t held = end - *start;
-  if (!buf || held < 4) {
+Ac3Framer::ESync Ac3Framer::FindSyncWord(const STrackInput& in, unsigned char* buf, uint32_t* start, uint32_t end) {
+  const uint32_t held = end - *start;
+  if (held < 4) {
     AVI_LOGE("[DetectedAC3StartCode] unavailable value - [%lu]", static_cast<unsigned long>(held));
-    return -1;
+    return ESync::kTooShort;
   }
   unsigned char* const front = buf + *start;
   unsigned char* const last = front + (held - 4);
   unsigned char* sync = NextSync(front, last);
-  while (sync != last && !TakeAC3Header(front, sync, held - static_cast<uint64_t>(sync - front))) {
+  while (sync != last && !TakeHeader(in, front, sync, held - static_cast<uint64_t>(sync - front))) {
     sync = NextSync(sync + 1, last);
   }
-  const uint64_t skipped = static_cast<uint64_t>(sync - front);
+  const uint32_t skipped = static_cast<uint32_t>(sync - front);
   // The end test is made once more on what is left, so a sync word just half way counts as none.
   if (sync == last || (skipped > 0 && skipped == held - skipped - 4)) {
     std::memset(front, 0, held);
     AVI_LOGE("AC3 Start code not found.");
-    return AVI_ERROR;
+    return ESync::kNone;
   }
   *start += skipped;
-  return 0;
+  return ESync::kFound;
 }
 
-int AVIParser::DetectedAC3StartCode(unsigned char* buf, unsigned long* len) {
-  uint64_t start = 0;
-  const int status = FindAC3Sync(buf, &start, *len);
-  if (status == AVI_ERROR) *len = 0;
-  if (status != 0 || start == 0) return status;
-  *len -= start;
-  std::memmove(buf, buf + start, *len);
-  return 0;
+bool Ac3Framer::DetectedAC3StartCode(const STrackInput& in, unsigned char* buf, uint32_t* len) {
+  uint32_t start = 0;
+  const ESync found = FindSyncWord(in, buf, &start, *len);
+  if (found == ESync::kNone) *len = 0;
+  if (start != 0) std::memmove(buf, buf + start, *len -= start);
+  return found == ESync::kFound;
 }
 
-int AVIParser::GetAC3Data(unsigned char* buf, unsigned long* bufLen, unsigned char* out, unsigned long* outLen,
-                          unsigned long maxLen, uint64_t* removed) {
-  const uint64_t end = *bufLen;
-  uint64_t start = 0;
-  *outLen = 0;
+bool Ac3Framer::GetAC3Data(const STrackInput& in, SDelivery* out) {
+  unsigned char* const buf = mBuffer.front();
+  const uint32_t end = static_cast<uint32_t>(mBuffer.size());
+  uint32_t start = 0;
+  out->len = 0;
   for (bool searched = false;; searched = true) {
-    const int status = FindAC3Sync(buf, &start, end);
-    if (status != 0) {
-      *removed = status == AVI_ERROR ? end : start;
-      *bufLen = end - *removed;
-      return AVI_ERROR;
+    const ESync found = FindSyncWord(in, buf, &start, end);
+    if (found != ESync::kFound) {
+      mBuffer.drop_front(found == ESync::kNone ? end : start);
+      return false;
     }
-    const unsigned char* frame = buf + start;
+    unsigned char* const frame = buf + start;
     const uint64_t held = end - start;
-    uint64_t size = mAC3FrameSize;
+    uint64_t size = mFrameSize;
     if (held >= size + 4) {
       uint64_t stray = 0;
       while (stray <= AVI_STRAY_BYTES &&
@@ -153,22 +133,19 @@ int AVIParser::GetAC3Data(unsigned char* buf, unsigned long* bufLen, unsigned ch
       }
       size += stray;
     } else if (searched) {
-      std::memset(buf + start, 0, held);
-      *removed = end;
-      *bufLen = 0;
+      std::memset(frame, 0, held);
+      mBuffer.drop_front(end);
       AVI_LOGE("[ERROR] Can't find next start code ");
-      return AVI_ERROR;
+      return false;
     }
-    *outLen = CopyFrame(frame, held, size, out, maxLen, "GetAC3Data");
-    *removed = start + std::min(size, held);
-    *bufLen = end - *removed;
-    return 0;
+    CopyFrame(frame, held, size, "GetAC3Data", out);
+    mBuffer.drop_front(start + size);
+    return true;
   }
 }
 
-uint64_t AVIParser::Ac3BufferedTime(int cut, uint8_t /*nextByte1*/, uint64_t hostTime) const {
-  if (cut != 0) return hostTime;
-  const TrackInfo* track = Track(SelectedAudio());
-  const uint32_t bitRate = track ? track->audio.nBitRate : 0;
-  return bitRate ? mAC3Timestamp + mAC3FrameSize * 8000 / bitRate : mAC3Timestamp;
+uint64_t Ac3Framer::BufferedTime(const STrackInput& in, bool cut, uint8_t, uint64_t hostTime) const {
+  if (!cut) return hostTime;
+  const uint32_t bitRate = in.track->audio.nBitRate;
+  return bitRate ? mTimestamp + mFrameSize * 8000 / bitRate : mTimestamp;
 }

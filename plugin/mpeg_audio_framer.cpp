@@ -1,120 +1,108 @@
 #define LOG_TAG "aviparser"
+#include "plugin/mpeg_audio_framer.h"
+
 #include <algorithm>
 #include <cstring>
 
-#include "avifile/mpeg_audio_header.h"
 #include "base/bytes.h"
+#include "base/checked_math.h"
 #include "base/log.h"
-#include "plugin/sync_framer.h"
 
-int AVIParser::GetMpegAudioData(unsigned char* out, unsigned long* len, unsigned long* timestampMs,
-                                unsigned long maxLen) {
-  const SSyncFramer framer{mMP3Buf,
-                           mMP3FrameSize,
-                           mMP3Timestamp,
-                           mMP3Resync,
-                           mMP3Framing,
-                           "GetMpegAudioData",
-                           "GetMpegAudioData mAudioEOS = OMX_TRUE ",
-                           false,
-                           &AVIParser::DetectedMp3StartCode,
-                           &AVIParser::GetMp3Data,
-                           &AVIParser::MpegBufferedTime};
-  return GetSyncFrame(framer, out, len, timestampMs, ClampLength(maxLen));
+void MpegAudioFramer::Prepare(uint32_t layer, uint32_t sampleRate, uint32_t bitRate) {
+  // Samples per frame over samples per second, times bytes per second; Layer II: over eight from the start.
+  const uint32_t product = sampleRate == 0 ? 0
+                           : layer == 2    ? CheckedMul<uint32_t>(bitRate, MpegFrameSamples(false) / 8)
+                                           : CheckedMul<uint32_t>(bitRate / 8, Layer3FrameSamples(sampleRate));
+  mFrameSize = sampleRate ? product / sampleRate : 0;
+  mMpegAudioMode = layer;
+  const char* const kind = layer == 2                      ? "MPEG1/2 layer2"
+                           : IsMpeg1SampleRate(sampleRate) ? "MPEG1 layer3"
+                                                           : "MPEG2 layer3";
+  AVI_LOGV("check %s mMP3FrameSize[samplingRate:%ld] : %ld", kind, static_cast<long>(sampleRate),
+           static_cast<long>(mFrameSize));
+  Allocate();
 }
 
-bool AVIParser::AcceptsMpegHeader(const unsigned char* header) const {
-  const uint32_t layer = MpegAudioLayer(header[1]);
+bool MpegAudioFramer::AcceptsHeader(const STrackInput& in, const unsigned char* bytes, SMpegAudioHeader* header) const {
+  const uint32_t layer = MpegAudioLayer(bytes[1]);
   // An index with foreign chunks makes false headers likely: then only the track's own layer counts.
-  const bool strict = mFileParser->HasJunkInIndex();
+  const bool strict = in.file->HasJunkInIndex();
   if (layer == 0 || (strict && layer != mMpegAudioMode)) return false;
-  int frameSize, sampleRate;
-  if (!CAVIFileParser::GetMPEGAudioFrameSize(LoadBe32(header), &frameSize, &sampleRate)) return false;
-  const TrackInfo* track = Track(SelectedAudio());
-  const int configured = track ? static_cast<int>(track->audio.nSampleRate) : 0;
-  if (sampleRate == configured) return true;
-  if (!strict) {
-    AVI_LOGE("[DetectedMp3StartCode] Sampling rate is differ than configuration. default: %d detect : %d", configured,
-             sampleRate);
-  } else if (layer == 3) {
-    AVI_LOGE("[DetectedMp3StartCode] Layer 3 Sampling rate is differ than configuration. default: %d detect : %d",
-             configured, sampleRate);
-  } else {
-    AVI_LOGE("[DetectedMp3StartCode] Layer 2 Sampling rate is differ than configuration. default: %d detect : %d",
-             configured, sampleRate);
-  }
+  if (!DecodeMpegAudioHeader(LoadBe32(bytes), header)) return false;
+  const uint32_t configured = in.track->audio.nSampleRate;
+  if (header->nSampleRate == configured) return true;
+  const char* const which = !strict ? "" : layer == 3 ? "Layer 3 " : "Layer 2 ";
+  AVI_LOGE("[DetectedMp3StartCode] %sSampling rate is differ than configuration. default: %d detect : %d", which,
+           static_cast<int>(configured), static_cast<int>(header->nSampleRate));
   return false;
 }
 
-int AVIParser::DetectedMp3StartCode(unsigned char* buf, unsigned long* len) {
-  if (!buf || *len < 4) {
-    AVI_LOGE("[DetectedMp3StartCode] unavailable value - [%lu]", *len);
-    return -1;
+bool MpegAudioFramer::DetectedMp3StartCode(const STrackInput& in, unsigned char* buf, uint32_t* len) {
+  if (*len < 4) {
+    AVI_LOGE("[DetectedMp3StartCode] unavailable value - [%lu]", static_cast<unsigned long>(*len));
+    return false;
   }
   // The last four bytes are never taken for a header.
   const unsigned char* const end = buf + (*len - 4);
+  SMpegAudioHeader header;
   unsigned char* at = buf;
   while (at < end) {
     at = static_cast<unsigned char*>(std::memchr(at, 0xFF, static_cast<size_t>(end - at)));
-    if (!at || AcceptsMpegHeader(at)) break;
+    if (!at || AcceptsHeader(in, at, &header)) break;
     ++at;
   }
   if (!at || at >= end) {
     std::memset(buf, 0, *len);
     *len = 0;
     AVI_LOGE("[DetectedMp3StartCode] Start code not found.");
-    return -1;
+    return false;
   }
   if (at != buf) {
-    *len -= static_cast<unsigned long>(at - buf);
+    *len -= static_cast<uint32_t>(at - buf);
     std::memmove(buf, at, *len);
   }
-  int frameSize;
-  if (*len >= 5 && CAVIFileParser::GetMPEGAudioFrameSize(LoadBe32(buf), &frameSize) && frameSize != 0) {
-    mMP3FrameSize = static_cast<uint64_t>(frameSize);
-  }
-  return 0;
+  mFrameSize = header.nFrameSize;
+  return true;
 }
 
-int AVIParser::GetMp3Data(unsigned char* buf, unsigned long* bufLen, unsigned char* out, unsigned long* outLen,
-                          unsigned long maxLen, uint64_t* removed) {
-  *outLen = 0;
-  *removed = 0;
-  if (DetectedMp3StartCode(buf, bufLen) != 0) return AVI_ERROR;
-  const bool vbr = mFileParser->IsVBR(SelectedAudio());
-  if (vbr) {
+bool MpegAudioFramer::GetMp3Data(const STrackInput& in, SDelivery* out) {
+  out->len = 0;
+  unsigned char* const buf = mBuffer.front();
+  uint32_t held = static_cast<uint32_t>(mBuffer.size());
+  const bool found = DetectedMp3StartCode(in, buf, &held);
+  mBuffer.keep_front(held);
+  if (!found) return false;
+  if (in.file->IsVBR(in.stream)) {
     // Without an index no chunk has been examined; the size of the header found then stands.
-    if (mFileParser->LastMp3FrameSize() != 0) mMP3FrameSize = mFileParser->LastMp3FrameSize();
-    AVI_LOGV("[GetMp3Data] VBR Case : Header is VBR ?[%d]", static_cast<int>(vbr));
+    if (in.file->LastMp3FrameSize() != 0) mFrameSize = in.file->LastMp3FrameSize();
+    AVI_LOGV("[GetMp3Data] VBR Case : Header is VBR ?[%d]", 1);
   }
-  uint64_t size = mMP3FrameSize;
-  if (*bufLen >= size + 4) {
+  uint64_t size = mFrameSize;
+  if (held >= size + 4) {
     uint64_t stray = 0;
     while (stray <= AVI_STRAY_BYTES &&
-           (size + stray + 1 >= *bufLen || buf[size + stray] != 0xFF || buf[size + stray + 1] != buf[1])) {
+           (size + stray + 1 >= held || buf[size + stray] != 0xFF || buf[size + stray + 1] != buf[1])) {
       ++stray;
     }
     if (stray > AVI_STRAY_BYTES) {
-      std::memset(buf, 0, *bufLen);
-      *bufLen = 0;
+      std::memset(buf, 0, held);
+      mBuffer.keep_front(0);
       AVI_LOGE("[GetMp3Data] [ERROR] Can't find next start code ");
-      return AVI_ERROR;
+      return false;
     }
     size += stray;
   }
-  *outLen = CopyFrame(buf, *bufLen, size, out, maxLen, "GetMp3Data");
-  *removed = std::min<uint64_t>(size, *bufLen);
-  *bufLen -= *removed;
-  return 0;
+  CopyFrame(buf, held, size, "GetMp3Data", out);
+  mBuffer.drop_front(size);
+  return true;
 }
 
-uint64_t AVIParser::MpegBufferedTime(int cut, uint8_t nextByte1, uint64_t /*hostTime*/) const {
-  const TrackInfo* track = Track(SelectedAudio());
-  const uint32_t rate = track ? track->audio.nSampleRate : 0;
-  if (rate == 0) return mMP3Timestamp;
-  // The second byte of a header tells MPEG-1 by bit 3 and Layer II by the two layer bits.
-  const bool layer2 = (nextByte1 & 0x06) == 0x04;
+uint64_t MpegAudioFramer::BufferedTime(const STrackInput& in, bool cut, uint8_t nextByte1, uint64_t) const {
+  const uint32_t rate = in.track->audio.nSampleRate;
+  if (rate == 0) return mTimestamp;
+  // The second byte of a header tells MPEG-1 by bit 3.
   const bool mpeg1 = (nextByte1 & 0x08) != 0;
-  const bool half = cut == 0 && mMpegAudioMode == 3 && !layer2 && !mpeg1;
-  return mMP3Timestamp + (half ? 576000u : 1152000u) / rate;
+  const bool layer2 = (nextByte1 & 0x06) == 0x04;
+  const bool half = cut && mMpegAudioMode == 3 && !layer2 && !mpeg1;
+  return mTimestamp + MpegFrameSamples(half) * 1000 / rate;
 }

@@ -6,99 +6,82 @@
 
 #include "base/log.h"
 
-int AVIParser::GetSyncFrame(const SSyncFramer& framer, unsigned char* out, unsigned long* len, unsigned long* ts,
-                            unsigned int maxLen) {
-  CarryBuffer& buffer = framer.buffer;
-  *len = 0;
-  if (!buffer.IsAllocated()) return AVI_OUT_OF_MEMORY;
-  uint8_t nextByte1 = 0;
+int SyncFramer::GetSyncFrame(AudioFeed& feed, const STrackInput& in, SDelivery* out) {
+  out->len = 0;
+  if (!mBuffer.IsAllocated()) return AVI_OUT_OF_MEMORY;
 
   // A frame is buffered: no read.
-  if (buffer.size() > framer.frameSize + 1) {
-    const int cut = CutFromCarry(framer, out, len, maxLen, &nextByte1);
-    *ts = framer.timestamp = (this->*framer.bufferedTime)(cut, nextByte1, *ts);
+  if (mBuffer.size() > mFrameSize + 1) {
+    const unsigned char* const front = mBuffer.front();
+    const bool cut = Cut(in, out);
+    // With less than two bytes left the old header still shows through.
+    const uint8_t nextByte1 = (mBuffer.size() >= 2 ? mBuffer.front() : front)[1];
+    out->time = mTimestamp = BufferedTime(in, cut, nextByte1, out->time);
     return 0;
   }
 
   // Wherever a read before the cut comes back empty the call ends as it stands: a source that would block must not hold
   // the host in here, and nothing is learned about the chunks.
-  int status = ReadIntoCarry(&buffer, 0, framer.name, framer.endText, len, ts, maxLen);
-  if (status != 0 || *len == 0) return status;
-  status = FindSync(framer, len, ts, maxLen);
+  int status = feed.ReadIntoCarry(in, &mBuffer, 0, mTexts->name, mTexts->endText, out);
+  if (status != 0 || out->len == 0) return status;
+  status = FindSync(feed, in, out);
   if (status < 0) return status;
   if (status > 0) return 0;
 
-  // The search may have dropped bytes in front of the header: `*len` is what is left of the chunk.
-  buffer.Append(*len);
-  const uint64_t held = buffer.size();
-  const bool oneFrame = held <= framer.frameSize + 1 && framer.frameSize <= held + 1;
-  if (oneFrame && !framer.framing) {
-    if (*len) std::memcpy(out, buffer.front(), *len);
-    buffer.keep_front(held - *len);
-    framer.timestamp = *ts;
+  // The search may have dropped bytes in front of the header: the length is what is left of the chunk.
+  mBuffer.Append(out->len);
+  const uint64_t held = mBuffer.size();
+  const bool oneFrame = held <= mFrameSize + 1 && mFrameSize <= held + 1;
+  if (oneFrame && !mFraming) {
+    if (out->len) std::memcpy(out->buf, mBuffer.front(), out->len);
+    mBuffer.keep_front(held - out->len);
+    mTimestamp = out->time;
     return 0;
   }
-  framer.framing = 1;
+  mFraming = true;
 
   const char* const endText = "mAudioEOS";
   // Decided once: a chunk read in here may turn the stream into a VBR one.
-  const bool readsAhead = framer.readsAheadWhenVbr || !mFileParser->IsVBR(SelectedAudio());
-  while (readsAhead && buffer.size() <= 2 * framer.frameSize) {
-    status = ReadIntoCarry(&buffer, 0, framer.name, endText, len, ts, maxLen);
-    if (status != 0) return status;
-    if (*len == 0) return 0;
-    buffer.Append(*len);
+  const bool readsAhead = mReadsAheadWhenVbr || !in.file->IsVBR(in.stream);
+  while (readsAhead && mBuffer.size() <= 2 * mFrameSize) {
+    status = feed.ReadIntoCarry(in, &mBuffer, 0, mTexts->name, endText, out);
+    if (status != 0 || out->len == 0) return status;
+    mBuffer.Append(out->len);
   }
-  if (CutFromCarry(framer, out, len, maxLen, &nextByte1) != 0) {
-    status = ReadIntoCarry(&buffer, 0, framer.name, endText, len, ts, maxLen);
+  if (!Cut(in, out)) {
+    status = feed.ReadIntoCarry(in, &mBuffer, 0, mTexts->name, endText, out);
     if (status != 0) return status;
-    buffer.Append(*len);
-    CutFromCarry(framer, out, len, maxLen, &nextByte1);
+    mBuffer.Append(out->len);
+    Cut(in, out);
   }
-  framer.timestamp = *ts;
+  mTimestamp = out->time;
   return 0;
 }
 
-// 0: go on; 1: an empty read ends the call; negative: an error or the end.
-int AVIParser::FindSync(const SSyncFramer& framer, unsigned long* len, unsigned long* ts, unsigned int maxLen) {
-  CarryBuffer& buffer = framer.buffer;
-  if (framer.resync != 1) {
-    (this->*framer.detect)(buffer.front(), len);
+int SyncFramer::FindSync(AudioFeed& feed, const STrackInput& in, SDelivery* out) {
+  if (!mResync) {
+    Detect(in, mBuffer.front(), &out->len);
     return 0;
   }
   // The search looks at the front although the new chunk may lie behind a few bytes kept; those drop out of the count.
-  while ((this->*framer.detect)(buffer.front(), len) != 0) {
-    if (*len > AVI_CARRY_BYTES) return 0;
-    const int status = ReadIntoCarry(&buffer, *len, framer.name, "Error Case : mAudioEOS = OMX_TRUE ", len, ts, maxLen);
+  while (!Detect(in, mBuffer.front(), &out->len)) {
+    const int status =
+        feed.ReadIntoCarry(in, &mBuffer, out->len, mTexts->name, "Error Case : mAudioEOS = OMX_TRUE ", out);
     if (status != 0) return status;
-    if (*len == 0) return 1;
+    if (out->len == 0) return 1;
   }
-  framer.resync = 0;
+  mResync = false;
   return 0;
 }
 
-int AVIParser::CutFromCarry(const SSyncFramer& framer, unsigned char* out, unsigned long* len, unsigned int maxLen,
-                            uint8_t* nextByte1) {
-  unsigned char* front = framer.buffer.front();
-  unsigned long left = framer.buffer.size();
-  uint64_t removed = 0;
-  const int status = (this->*framer.cut)(front, &left, out, len, maxLen, &removed);
-  // With less than two bytes left the old header still shows through.
-  *nextByte1 = front[left >= 2 ? removed + 1 : 1];
-  framer.buffer.drop_front(removed);
-  framer.buffer.keep_front(left);
-  return status;
-}
-
-unsigned long AVIParser::CopyFrame(const unsigned char* frame, uint64_t held, uint64_t size, unsigned char* out,
-                                   unsigned long maxLen, const char* name) {
-  if (size > maxLen) {
+void SyncFramer::CopyFrame(const unsigned char* frame, uint64_t held, uint64_t size, const char* name, SDelivery* out) {
+  if (size > out->maxLen) {
     AVI_LOGE("[%s] frame larger than the output buffer, frame:%ld, maxLen:%ld", name, static_cast<long>(size),
-             static_cast<long>(maxLen));
-    size = maxLen;
+             static_cast<long>(out->maxLen));
+    size = out->maxLen;
   }
   const uint64_t copied = std::min(size, held);
-  if (copied) std::memcpy(out, frame, copied);
-  if (size > copied) std::memset(out + copied, 0, size - copied);
-  return size;
+  if (copied) std::memcpy(out->buf, frame, copied);
+  if (size > copied) std::memset(out->buf + copied, 0, size - copied);
+  out->len = static_cast<uint32_t>(size);
 }

@@ -1,29 +1,58 @@
 #ifndef ZU_PLUGIN_SYNC_FRAMER_H_
 #define ZU_PLUGIN_SYNC_FRAMER_H_
 
-#include "plugin/avi_parser.h"
+#include "plugin/audio_feed.h"
 
-/// What differs between the two formats that are cut on their sync words. AVI chunks need not hold whole frames.
-struct AVIParser::SSyncFramer {
-  CarryBuffer& buffer;
-  uint64_t& frameSize;  // bytes, of the frame at the front as far as it is known
-  uint64_t& timestamp;  // milliseconds, of the last frame delivered
-  uint8_t& resync;
-  uint8_t& framing;
-  const char* name;     // in messages
-  const char* endText;  // logged when the first read of a call meets the end
-  bool readsAheadWhenVbr;
+/// Delivers audio frame by frame, cut on sync words, for AVI chunks need not hold whole frames. Owns the bytes carried
+/// from call to call and what is known of the frames; the formats differ in search, cut and clock. Relies on being
+/// called with a track, whose stream does not change without Reset.
+class SyncFramer {
+ public:
+  /// Gets the memory that delivery needs; without it every delivery is AVI_OUT_OF_MEMORY.
+  void Allocate() { mBuffer.Allocate(); }
+  /// Gives the memory back. Explicit, because a parser destroyed without Close keeps what Open made.
+  void Free() { mBuffer.Free(); }
+  /// Searches for a header across chunks from the next read on.
+  void Resync() { mResync = true; }
+  /// Drops the bytes held.
+  void Empty() { mBuffer.clear(); }
 
-  /// Finds the first header in `*len` bytes and moves it to the front, shortening `*len`. @return 0; negative: none
-  /// (`*len` 0, the bytes zeroed) or fewer than 4 bytes (left as they are).
-  int (AVIParser::*detect)(unsigned char* buf, unsigned long* len);
-  /// Copies the frame at the front of `*bufLen` bytes to `out`. `*bufLen` becomes the bytes left, which lie `*removed`
-  /// bytes behind the front. @return 0, or AVI_ERROR with `*outLen` 0.
-  int (AVIParser::*cut)(unsigned char* buf, unsigned long* bufLen, unsigned char* out, unsigned long* outLen,
-                        unsigned long maxLen, uint64_t* removed);
-  /// Time of a frame cut without a read, from the cut's result, the second byte at the front after it, and what the
+ protected:
+  struct STexts {
+    const char* name;     // of the operation, in messages
+    const char* endText;  // logged when the first read of a call meets the end
+  };
+  SyncFramer(const STexts& texts, bool readsAheadWhenVbr) : mTexts(&texts), mReadsAheadWhenVbr(readsAheadWhenVbr) {}
+  ~SyncFramer() = default;  // never deleted through this class
+
+  /// Delivers one frame with its time. @return 0, with length 0 when nothing could be read for now; AVI_END_OF_STREAM;
+  /// a fatal status.
+  int GetSyncFrame(AudioFeed& feed, const STrackInput& in, SDelivery* out);
+
+  /// Finds the first header in `*len` bytes and moves it to the front, shortening `*len`. Sets the frame size.
+  /// @return false: none (`*len` 0, the bytes zeroed) or fewer than 4 bytes (left as they are).
+  virtual bool Detect(const STrackInput& in, unsigned char* buf, uint32_t* len) = 0;
+  /// Takes the frame at the front out of the buffer and delivers its bytes. @return false with length 0: none.
+  virtual bool Cut(const STrackInput& in, SDelivery* out) = 0;
+  /// Time of a frame taken without a read, from the cut's result, the second byte at the front after it, and what the
   /// host's time cell held.
-  uint64_t (AVIParser::*bufferedTime)(int cut, uint8_t nextByte1, uint64_t hostTime) const;
+  virtual uint64_t BufferedTime(const STrackInput& in, bool cut, uint8_t nextByte1, uint64_t hostTime) const = 0;
+
+  /// Copies `size` bytes to `out`, what is not among the `held` ones as zeros, at most what fits.
+  static void CopyFrame(const unsigned char* frame, uint64_t held, uint64_t size, const char* name, SDelivery* out);
+
+  CarryBuffer mBuffer;
+  uint64_t mFrameSize = 0;  // bytes, of the frame at the front as far as it is known; wide, for it is doubled
+  uint64_t mTimestamp = 0;  // milliseconds, of the last frame delivered
+
+ private:
+  // 0: go on; 1: an empty read ends the call; negative: an error or the end.
+  int FindSync(AudioFeed& feed, const STrackInput& in, SDelivery* out);
+
+  const STexts* mTexts;
+  bool mReadsAheadWhenVbr;
+  bool mResync = true;    // search for a header across chunks
+  bool mFraming = false;  // chunks have been seen not to be frames
 };
 
 #endif  // ZU_PLUGIN_SYNC_FRAMER_H_

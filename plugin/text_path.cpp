@@ -1,45 +1,32 @@
 #define LOG_TAG "aviparser"
-#include "base/log.h"
-#include "plugin/avi_parser.h"
+#include "plugin/text_path.h"
 
-int AVIParser::GetTextData(unsigned char* buf, unsigned long* len, unsigned long* ts, unsigned long maxLen) {
-  if (CodecOf(SelectedText()) != AVI_CODEC_TEXT) {
-    AVI_LOGV("[GetTextData] *pLen :%ld, *pTimestampMs :%ld ", static_cast<long>(*len), static_cast<long>(*ts));
-    return 0;
-  }
-  unsigned int length = 0;
-  // No time is read from the file: the host gets its own back, unless it is the end mark.
-  unsigned int time = static_cast<unsigned int>(*ts);
-  if (time == AVI_END_MARK) time = 0;
-  int status = avi_parser_get_text_data(buf, &length, &time, ClampLength(maxLen));
-  *len = length;
-  *ts = time;
+#include "base/log.h"
+
+int TextPath::GetTextData(const STrackInput& in, SDelivery* out) {
+  int status = avi_parser_get_text_data(in, out);
   if (status < 0) {
     AVI_LOGE("AVIParser::GetTextData ERROR %d", status);
-    *len = 0;
-    return status;
-  }
-  if (length == AVI_END_MARK || time == AVI_END_MARK) {
+  } else if (out->len == AVI_END_MARK || out->time == AVI_END_MARK) {
     AVI_LOGI("AVIParser::GetTextData = EOS");
-    *len = 0;
-    return AVI_END_OF_STREAM;
+    status = AVI_END_OF_STREAM;
   }
-  AVI_LOGV("[GetTextData] *pLen :%ld, *pTimestampMs :%ld ", static_cast<long>(*len), static_cast<long>(*ts));
-  return 0;
+  if (status != 0) out->len = 0;
+  return status;
 }
 
-int AVIParser::avi_parser_get_text_data(unsigned char* buf, unsigned int* len, unsigned int* timestampMs,
-                                        unsigned int maxLen) {
-  const int stream = SelectedText();
-  if (stream == -1) {
-    *timestampMs = 0;
-    *len = 0;
+int TextPath::avi_parser_get_text_data(const STrackInput& in, SDelivery* out) {
+  if (in.stream == -1) {
+    out->len = 0;
+    out->time = 0;
     AVI_LOGE("Error Case");
     return 0;
   }
-  const int status = mFileParser->GetNextTextData(stream, reinterpret_cast<char*>(buf), maxLen, len, timestampMs);
-  AVI_LOGV("[avi_parser_get_text_data] index %d [TimeStamp: %ld]", stream, static_cast<long>(*timestampMs));
-  if (IsFatal(status)) return status;
-  if (status == AVI_ERROR && *len == 0) *len = *timestampMs = AVI_END_MARK;
-  return 0;
+  uint32_t time = static_cast<uint32_t>(out->time);
+  const int status =
+      in.file->GetNextTextData(in.stream, reinterpret_cast<char*>(out->buf), out->maxLen, &out->len, &time);
+  AVI_LOGV("[avi_parser_get_text_data] index %d [TimeStamp: %ld]", in.stream, static_cast<long>(time));
+  if (status == AVI_ERROR && out->len == 0) out->len = time = AVI_END_MARK;
+  out->time = time;
+  return IsFatal(status) ? status : 0;
 }

@@ -1,0 +1,75 @@
+#define LOG_TAG "aviparser"
+#include "plugin/audio_feed.h"
+
+#include <algorithm>
+
+#include "base/log.h"
+
+int AudioFeed::avi_parser_get_audio_data(const STrackInput& in, SDelivery* out) {
+  if (in.stream == -1) {
+    out->len = 0;
+    out->time = 0;
+    AVI_LOGE("Error Case");
+    return 0;
+  }
+  uint32_t time = static_cast<uint32_t>(out->time);
+  const int status = mAudioRestart ? ReadFirst(in, out, &time) : ReadNext(in, out, &time);
+  if (status == AVI_ERROR && out->len == 0) out->len = time = AVI_END_MARK;
+  out->time = time;
+  return IsFatal(status) ? status : 0;
+}
+
+int AudioFeed::ReadFirst(const STrackInput& in, SDelivery* out, uint32_t* time) {
+  char* const buf = reinterpret_cast<char*>(out->buf);
+  int status = in.file->GetFirstAudioData(in.stream, buf, out->maxLen, &out->len, time);
+  for (int i = 0; i < AVI_FIRST_RETRIES && !IsFatal(status) && out->len == 0; ++i) {
+    AVI_LOGW("[avi_parser_get_audio_data] initial Audio data length is zero [it is to escape error case]");
+    status = in.file->GetFirstAudioData(in.stream, buf, out->maxLen, &out->len, time);
+  }
+  if (!IsFatal(status)) mAudioRestart = false;
+  return status;
+}
+
+int AudioFeed::ReadNext(const STrackInput& in, SDelivery* out, uint32_t* time) {
+  char* const buf = reinterpret_cast<char*>(out->buf);
+  int status = in.file->GetNextAudioData(in.stream, buf, out->maxLen, &out->len, time);
+  for (int i = 0; i < AVI_NEXT_RETRIES && !IsFatal(status) && out->len == 0 && *time != AVI_END_MARK; ++i) {
+    AVI_LOGW("[avi_parser_get_audio_data] Audio data length is zero max_buf_size:%ld, *pBufLen:%ld",
+             static_cast<long>(out->maxLen), 0L);
+    status = in.file->GetNextAudioData(in.stream, buf, out->maxLen, &out->len, time);
+  }
+  return status;
+}
+
+int AudioFeed::PullChunk(const STrackInput& in, SDelivery* out) {
+  const int status = avi_parser_get_audio_data(in, out);
+  if (status >= 0 && out->time != AVI_END_MARK) return 0;
+  out->len = 0;
+  if (status < 0) {
+    AVI_LOGE("AVIParser::GetAudioData COMMON AUDIO ERROR %d", status);
+    return status;
+  }
+  AVI_LOGI("[GetAudioData] mAudioEOS = OMX_TRUE ");
+  return AVI_END_OF_STREAM;
+}
+
+int AudioFeed::ReadIntoCarry(const STrackInput& in, CarryBuffer* buffer, size_t kept, const char* name,
+                             const char* endText, SDelivery* out) {
+  unsigned char* const tail = buffer->Tail() + kept;
+  const uint32_t space = static_cast<uint32_t>(buffer->space() - kept);
+  SDelivery chunk{tail, std::min(out->maxLen, space), 0, out->time};
+  const int status = avi_parser_get_audio_data(in, &chunk);
+  out->time = chunk.time;
+  out->len = 0;
+  if (status < 0) {
+    AVI_LOGE("AVIParser::%s ERROR %d", name, status);
+    return status;
+  }
+  if (chunk.time == AVI_END_MARK) {
+    AVI_LOGI("%s", endText);
+    return AVI_END_OF_STREAM;
+  }
+  buffer->MarkWritten(kept + chunk.len);
+  out->len = chunk.len;
+  return 0;
+}

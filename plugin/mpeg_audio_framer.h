@@ -1,0 +1,36 @@
+#ifndef ZU_PLUGIN_MPEG_AUDIO_FRAMER_H_
+#define ZU_PLUGIN_MPEG_AUDIO_FRAMER_H_
+
+#include "avifile/mpeg_audio_header.h"
+#include "plugin/sync_framer.h"
+
+/// Frames of MPEG audio, Layers II and III. Owns the layer mode.
+class MpegAudioFramer final : public SyncFramer {
+ public:
+  MpegAudioFramer() : SyncFramer(kTexts, false) {}
+
+  /// Gets ready for a track of `layer` 2 or 3, of which the file tells `sampleRate` Hz and `bitRate` bit/s.
+  void Prepare(uint32_t layer, uint32_t sampleRate, uint32_t bitRate);
+  /// Turns to another track, 0 when it is no MPEG audio; its headers will tell the frame size.
+  void SelectLayer(uint32_t layer) {
+    mMpegAudioMode = layer;
+    mFrameSize = 0;
+  }
+  int GetMpegAudioData(AudioFeed& feed, const STrackInput& in, SDelivery* out) { return GetSyncFrame(feed, in, out); }
+
+ private:
+  static constexpr STexts kTexts{"GetMpegAudioData", "GetMpegAudioData mAudioEOS = OMX_TRUE "};
+
+  bool Detect(const STrackInput& in, unsigned char* buf, uint32_t* len) override {
+    return DetectedMp3StartCode(in, buf, len);
+  }
+  bool Cut(const STrackInput& in, SDelivery* out) override { return GetMp3Data(in, out); }
+  uint64_t BufferedTime(const STrackInput& in, bool cut, uint8_t nextByte1, uint64_t hostTime) const override;
+  bool DetectedMp3StartCode(const STrackInput& in, unsigned char* buf, uint32_t* len);
+  bool GetMp3Data(const STrackInput& in, SDelivery* out);
+  bool AcceptsHeader(const STrackInput& in, const unsigned char* bytes, SMpegAudioHeader* header) const;
+
+  uint32_t mMpegAudioMode = 0;  // layer of the track: 2, 3, or 0
+};
+
+#endif  // ZU_PLUGIN_MPEG_AUDIO_FRAMER_H_
