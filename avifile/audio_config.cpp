@@ -1,8 +1,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "avifile/avi_file_parser.h"
+#include "avifile/config_reader.h"
 #include "avifile/format_fields.h"
+#include "zu_parser_avi/stream_types.h"
 
 namespace {
 
@@ -13,14 +14,14 @@ bool IsAdpcm(uint32_t type) {
 
 }  // namespace
 
-unsigned char CAVIFileParser::GetAudioSpecificInfo(int stream, uint8_t* buffer, uint32_t* length, uint32_t capacity) {
+unsigned char ConfigReader::GetAudioSpecificInfo(int stream, uint8_t* buffer, uint32_t* length,
+                                                 uint32_t capacity) const {
   if (!buffer) return 0;
-  const uint32_t type = GetStreamType(stream);
+  const uint32_t type = m_Movie.streams.GetStreamType(stream);
   *length = 0;
   if (type == STREAM_TYPE_MP3 || type == STREAM_TYPE_MPEG_AUDIO) return 0;
-  const SAVIStream* record = Stream(stream);
-  if (!record || !m_StrfData || !m_StrfData[stream].pData) return 1;
-  const SStrfData& format = m_StrfData[stream];
+  const SStrfData format = m_Movie.streams.Format(stream);
+  if (!format.pData) return 1;
   // ADPCM decoders take the whole format; the others what stands behind its fixed part.
   const uint32_t skip = IsAdpcm(type) ? 0 : static_cast<uint32_t>(kWaveHeaderBytes);
   if (format.nSize <= skip) return 1;

@@ -1,36 +1,37 @@
 #define LOG_TAG "AVIFileParser"
-#include <algorithm>
 #include <limits>
 
-#include "avifile/avi_file_parser.h"
+#include "avifile/chunk_walker.h"
+#include "avifile/old_index_reader.h"
 #include "base/bytes.h"
 #include "base/log.h"
 
-struct CAVIFileParser::SChunkHandler {
+struct ChunkWalker::SChunkHandler {
   uint32_t dwFourCC;
-  void (CAVIFileParser::*pHandle)(SRIFFNode* node, long offset, unsigned int size);
+  void (ChunkWalker::*pHandle)(SRIFFNode* node, uint32_t size);
   bool bIndex;  // left unparsed when the caller wants no indexes
 };
 
-int CAVIFileParser::ParseChunk(SRIFFNode* node, long offset, unsigned int size, unsigned char bSkipIndex) {
+int ChunkWalker::ParseChunk(SRIFFNode* node, uint32_t size) {
   static constexpr SChunkHandler kHandlers[] = {
-      {FourCC("avih"), &CAVIFileParser::HandleMainHeader, false},
-      {FourCC("strh"), &CAVIFileParser::HandleStreamHeader, false},
-      {FourCC("strf"), &CAVIFileParser::HandleStreamFormat, false},
-      {FourCC("strd"), &CAVIFileParser::HandleRawChunk, false},
-      {FourCC("strn"), &CAVIFileParser::HandleRawChunk, false},
-      {FourCC("idx1"), &CAVIFileParser::HandleOldIndex, true},
-      {FourCC("indx"), &CAVIFileParser::HandleNewIndex, true},
-      {FourCC("JUNK"), &CAVIFileParser::HandleJunk, false},
+      {FourCC("avih"), &ChunkWalker::HandleMainHeader, false},
+      {FourCC("strh"), &ChunkWalker::HandleStreamHeader, false},
+      {FourCC("strf"), &ChunkWalker::HandleStreamFormat, false},
+      {FourCC("strd"), &ChunkWalker::HandleRawChunk, false},
+      {FourCC("strn"), &ChunkWalker::HandleRawChunk, false},
+      {FourCC("idx1"), &ChunkWalker::HandleOldIndex, true},
+      {FourCC("indx"), &ChunkWalker::HandleNewIndex, true},
+      {FourCC("JUNK"), &ChunkWalker::HandleJunk, false},
   };
-  if (m_iCurrStreamIdx >= m_iStreamNum) {
-    AVI_LOGW("ParseChunk : ERROR! m_iCurrStreamIdx(%d), m_iStreamNum(%d)", m_iCurrStreamIdx, m_iStreamNum);
+  const StreamTable& streams = m_Movie.streams;
+  if (streams.Current() >= streams.DeclaredCount()) {
+    AVI_LOGW("ParseChunk : ERROR! m_iCurrStreamIdx(%d), m_iStreamNum(%d)", streams.Current(), streams.DeclaredCount());
     return 0;
   }
   for (const SChunkHandler& handler : kHandlers) {
     if (handler.dwFourCC != node->sRiff.dwFourCC) continue;
     // What a handler makes of its chunk never ends the walk: the file is judged by its stream count at the end.
-    if (!handler.bIndex || bSkipIndex != 1) (this->*handler.pHandle)(node, offset, size);
+    if (!handler.bIndex || !m_bSkipIndex) (this->*handler.pHandle)(node, size);
     return 1;
   }
   AVI_LOGW("SKIP::ParseChunk() don't parse(%.4s)length(%lu)", reinterpret_cast<const char*>(&node->sRiff.dwFourCC),
@@ -38,40 +39,30 @@ int CAVIFileParser::ParseChunk(SRIFFNode* node, long offset, unsigned int size, 
   return 0;
 }
 
-void CAVIFileParser::HandleRawChunk(SRIFFNode* node, long offset, unsigned int size) {
-  if (size > AVI_MAX_COPY) return;
-  const uint64_t room = std::min<uint64_t>(size, RestOfFile(static_cast<uint64_t>(offset), size));
-  MallocPtr<uint8_t> data = AllocZeroed<uint8_t>(room);
-  if (!data) return;
-  const int nRead = m_pReader->AVI_fread(data.get(), static_cast<unsigned int>(room), 1);
-  if (nRead < 0) AVI_LOGE("[AVI] Error -> ParseChunk :: nRead(%d)", nRead);
-  node->pData = data.release();  // freed with the chunk tree
-}
-
-void CAVIFileParser::HandleOldIndex(SRIFFNode* /*node*/, long offset, unsigned int size) {
-  if (!IsIndexed() && offset > std::numeric_limits<uint32_t>::max()) {
+void ChunkWalker::HandleOldIndex(SRIFFNode* node, uint32_t size) {
+  if (!m_Movie.IsIndexed() && node->llOffset > std::numeric_limits<uint32_t>::max()) {
     AVI_LOGE("ERROR! ParseChunk() 'idx1' not valid");
     return;
   }
-  ParseChunkOldIdx(static_cast<unsigned int>(offset), size);
+  OldIndexReader(m_File, m_Movie).ParseChunkOldIdx(static_cast<uint32_t>(node->llOffset), size);
 }
 
-void CAVIFileParser::HandleNewIndex(SRIFFNode* node, long offset, unsigned int size) {
-  SAVIStream* stream = Stream(m_iCurrStreamIdx);
-  if (!stream || m_bNewIdxFailed || m_iIndexType == IDXTYPE_OLD) return;
-  if (m_bOldIndexKept) {
+void ChunkWalker::HandleNewIndex(SRIFFNode* node, uint32_t size) {
+  SAVIStream* stream = m_Movie.streams.CurrentStream();
+  if (!stream || m_bNewIdxFailed || m_Movie.m_iIndexType == IDXTYPE_OLD) return;
+  if (m_Movie.streams.HasSharedEntries()) {
     // A truncated movi took back a legacy index. Its streams share one table, so that they go together.
-    FreeIndexes();
+    m_Movie.streams.FreeIndexes();
   }
   FreeIndex(stream->pIndex);  // of an earlier index chunk in the same list
-  stream->pIndex = ParseChunkNewIdx(offset, size, nullptr);
+  stream->pIndex = m_OpenDml.ParseChunkNewIdx(node->llOffset, size, nullptr);
   node->pData = stream->pIndex;
   if (!stream->pIndex) {
     AVI_LOGE("[AVI] Error -> New Index parsing error. Index type set to NONE");
-    m_iIndexType = IDXTYPE_NONE;
+    m_Movie.m_iIndexType = IDXTYPE_NONE;
     m_bNewIdxFailed = true;
     return;
   }
-  m_iIndexType = IDXTYPE_NEW;
+  m_Movie.m_iIndexType = IDXTYPE_NEW;
   AVI_LOGV("CAVIFileParser::ParseChunk m_iIndexType = IDXTYPE_NEW ");
 }

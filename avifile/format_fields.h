@@ -34,9 +34,10 @@ inline bool HasKind(const SAVIStream* stream, uint32_t fccType) {
 constexpr uint32_t kFccVideo = FourCC("vids");
 constexpr uint32_t kFccAudio = FourCC("auds");
 
-/// Whether one chunk stands for one span of time, as far as the header of a stream that has one tells: a dwScale of
+/// Whether one chunk stands for one span of time, as far as the stream's header tells: a dwScale of
 /// 1152, the samples of an MPEG audio frame, or samples of varying size at the sample rate.
 inline bool IsVbrByHeader(const SAVIStream* stream) {
+  if (!stream->m_pStrh) return false;
   return stream->m_pStrh->dwScale == 1152 ||
          (stream->m_pStrh->dwRate == SamplesPerSec(stream) && SampleSize(stream) == 0);
 }

@@ -1,9 +1,12 @@
-#define LOG_TAG "AVIFileParser"
+#include "avifile/movie_info.h"
+
 #include <algorithm>
 
-#include "avifile/avi_file_parser.h"
 #include "avifile/format_fields.h"
+#include "avifile/sample_time.h"
+#include "base/bytes.h"
 #include "base/checked_math.h"
+#include "zu_parser_avi/stream_types.h"
 
 namespace {
 
@@ -43,25 +46,25 @@ bool GoesWithSubtitles(const SAVIStream& stream) {
 
 }  // namespace
 
-int CAVIFileParser::GetMoviInfo(SAVIInfo* pInfo, int stream) {
-  const SAVIStream* record = Stream(stream);
-  if (!m_pRootNode || m_pRootNode->sRiff.dwFourCC != FourCC("RIFF") || !record) return 0;
+int GetMoviInfo(SMovie& movie, SAVIInfo* pInfo, int stream) {
+  const SAVIStream* record = movie.streams.At(stream);
+  const SRIFFNode* root = movie.tree.Root();
+  if (!root || root->sRiff.dwFourCC != FourCC("RIFF") || !record) return 0;
   if (record->nStreamType == STREAM_TYPE_UNSUPPORTED) return 1;
   if (IsAudioStreamType(record->nStreamType)) {
     DescribeAudio(record, pInfo);
     const SAVIStreamHeader* strh = record->m_pStrh;
-    if (dwPlayTime == 0 && strh && strh->dwRate != 0) {
-      dwPlayTime = Truncate<uint32_t>(static_cast<double>(strh->dwLength) * strh->dwScale / strh->dwRate * 1000.0);
-    }
+    if (movie.dwPlayTime == 0 && strh && strh->dwRate != 0) movie.dwPlayTime = PlayTimeOfHeader(*strh);
   } else {
     DescribeVideo(record, pInfo);
-    if (m_bSubtitle && std::any_of(m_aStream, m_aStream + m_iStreamNum, GoesWithSubtitles)) {
-      pInfo->bSubtitle = m_bSubtitle;
-      pInfo->bSubtitleAlpha = m_bAlphaSubtitle;
-      pInfo->pSubtitleName = m_pSubtitleName;
+    const auto streams = movie.streams.All();
+    if (movie.m_bSubtitle && std::any_of(streams.begin(), streams.end(), GoesWithSubtitles)) {
+      pInfo->bSubtitle = movie.m_bSubtitle;
+      pInfo->bSubtitleAlpha = movie.m_bAlphaSubtitle;
+      pInfo->pSubtitleName = movie.m_pSubtitleName;
     }
   }
-  pInfo->dwDuration = dwPlayTime;
-  pInfo->bIndexed = IsIndexed();
+  pInfo->dwDuration = movie.dwPlayTime;
+  pInfo->bIndexed = movie.IsIndexed();
   return 1;
 }

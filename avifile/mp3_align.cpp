@@ -1,9 +1,13 @@
 #define LOG_TAG "AVIFileParser"
+#include "avifile/mp3_align.h"
+
 #include <algorithm>
 
-#include "avifile/avi_file_parser.h"
 #include "avifile/mpeg_audio_header.h"
-#include "avifile/riff_header.h"
+#include "avifile/read_status.h"
+#include "base/bytes.h"
+#include "base/c_heap.h"
+#include "base/limits.h"
 #include "base/log.h"
 
 namespace {
@@ -16,21 +20,26 @@ ptrdiff_t FindLayer3Sync(ByteSpan chunk) {
   return kNotFound;
 }
 
-}  // namespace
-
-int CAVIFileParser::FindFirstDataMP3(int stream) {
-  AVI_LOGV("FindFirstDataMP3 start");
-  SAVIStream* record = Stream(stream);
-  if (!record) return AVI_ERROR;
-  return IsIndexed() ? AlignIndexed(record) : AlignScanned(stream, record);
+/// Reads a chunk whose data begin at `offset`, where the file stands. @param sync [out] as FindLayer3Sync.
+int FindSyncInChunk(FileView& file, const SMovie& movie, uint32_t chunkSize, uint64_t offset, ptrdiff_t* sync) {
+  const uint32_t size = static_cast<uint32_t>(std::min<uint64_t>(chunkSize, file.Rest(offset, AVI_MAX_FIRST_FRAME)));
+  MallocPtr<uint8_t> acTempBuf = AllocZeroed<uint8_t>(size);
+  if (!acTempBuf) {
+    AVI_LOGE("[AVI] acTempBuf allocate Error -> FindFirstDataMP3 - [%d]", static_cast<int>(movie.m_iIndexType));
+    return AVI_ERROR;
+  }
+  const int nRead = file.Read(acTempBuf.get(), size);
+  if (nRead < 1) return FailedRead(nRead, "FindFirstDataMP3  fread ERROR!", "FindFirstDataMP3  ERROR EAGAIN");
+  *sync = FindLayer3Sync({acTempBuf.get(), static_cast<size_t>(nRead)});
+  return AVI_OK;
 }
 
-int CAVIFileParser::AlignIndexed(SAVIStream* record) {
+int AlignIndexed(FileView& file, const SMovie& movie, SAVIStream* record) {
   for (; SIndexEntry* entry = IndexEntry(record, record->dwCurrIdx); ++record->dwCurrIdx) {
     if (ChunkSize(*entry) == 0) continue;
-    m_pReader->AVI_fseek(static_cast<long>(entry->qwOffset), 0);
+    file.Seek(entry->qwOffset);
     ptrdiff_t sync = kNotFound;
-    const int status = FindSyncInChunk(ChunkSize(*entry), entry->qwOffset, &sync);
+    const int status = FindSyncInChunk(file, movie, ChunkSize(*entry), entry->qwOffset, &sync);
     if (status != AVI_OK) return status;
     if (sync == kNotFound) continue;
     // The size stays: the next read takes as many bytes beyond the chunk's end.
@@ -41,23 +50,19 @@ int CAVIFileParser::AlignIndexed(SAVIStream* record) {
   return AVI_ERROR;
 }
 
-int CAVIFileParser::AlignScanned(int stream, SAVIStream* record) {
+int AlignScanned(FileView& file, const SMovie& movie, ChunkScanner& scanner, int stream, SAVIStream* record) {
   bool turnedBack = false;
   while (record->dwCurrOffset != kCursorAtEnd) {
-    m_pReader->AVI_fseek(static_cast<long>(record->dwCurrOffset), 0);
+    file.Seek(record->dwCurrOffset);
     SRIFF riff;
-    const int nRead = ReadRiffHeader(m_pReader, &riff);
-    if (nRead < 0) {
-      AVI_LOGE("CAVIFileParser::FindFirstDataMP3  fread ERROR!");
-      if (nRead != AVI_SOURCE_WOULD_BLOCK) return AVI_IO_ERROR;
-      AVI_LOGE("FindFirstDataMP3  ERROR EAGAIN");
-      return AVI_EAGAIN;
-    }
+    const int nRead = file.ReadHeader(&riff);
+    if (nRead < 0)
+      return FailedRead(nRead, "CAVIFileParser::FindFirstDataMP3  fread ERROR!", "FindFirstDataMP3  ERROR EAGAIN");
     if (nRead == 0) return AVI_ERROR;
-    m_pReader->AVI_fseek(-4, 1);
+    file.StepBackOverType();
     if (riff.dwSize != 0) {
       ptrdiff_t sync = kNotFound;
-      const int status = FindSyncInChunk(riff.dwSize, record->dwCurrOffset + 8, &sync);
+      const int status = FindSyncInChunk(file, movie, riff.dwSize, record->dwCurrOffset + 8, &sync);
       if (status != AVI_OK) return status;
       // A chunk without any sync is taken as it is; one whose sync is not at the front is skipped whole.
       if (sync <= 0) {
@@ -65,7 +70,7 @@ int CAVIFileParser::AlignScanned(int stream, SAVIStream* record) {
         return AVI_OK;
       }
     }
-    const long next = FindNextData(stream);
+    const long next = scanner.FindNextData(stream);
     // A status as cursor leads back once, to an end or a failure; twice would be for ever.
     if (next <= static_cast<long>(record->dwCurrOffset)) {
       if (turnedBack) return next == AVI_EAGAIN ? AVI_EAGAIN : AVI_ERROR;
@@ -76,20 +81,11 @@ int CAVIFileParser::AlignScanned(int stream, SAVIStream* record) {
   return AVI_ERROR;
 }
 
-int CAVIFileParser::FindSyncInChunk(uint32_t chunkSize, uint64_t offset, ptrdiff_t* sync) {
-  const uint32_t size = static_cast<uint32_t>(std::min<uint64_t>(chunkSize, RestOfFile(offset, AVI_MAX_FIRST_FRAME)));
-  MallocPtr<uint8_t> acTempBuf = AllocZeroed<uint8_t>(size);
-  if (!acTempBuf) {
-    AVI_LOGE("[AVI] acTempBuf allocate Error -> FindFirstDataMP3 - [%d]", static_cast<int>(m_iIndexType));
-    return AVI_ERROR;
-  }
-  const int nRead = ReadPayload(acTempBuf.get(), size);
-  if (nRead < 1) {
-    AVI_LOGE("FindFirstDataMP3  fread ERROR!");
-    if (nRead != AVI_SOURCE_WOULD_BLOCK) return AVI_IO_ERROR;
-    AVI_LOGE("FindFirstDataMP3  ERROR EAGAIN");
-    return AVI_EAGAIN;
-  }
-  *sync = FindLayer3Sync({acTempBuf.get(), static_cast<size_t>(nRead)});
-  return AVI_OK;
+}  // namespace
+
+int FindFirstDataMP3(FileView& file, const SMovie& movie, ChunkScanner& scanner, int stream) {
+  AVI_LOGV("FindFirstDataMP3 start");
+  SAVIStream* record = movie.streams.At(stream);
+  if (!record) return AVI_ERROR;
+  return movie.IsIndexed() ? AlignIndexed(file, movie, record) : AlignScanned(file, movie, scanner, stream, record);
 }

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 
-#include "avifile/avi_file_parser.h"
 #include "zu_parser_avi/sample_index.h"
 
 namespace {
@@ -30,10 +29,6 @@ size_t BitrateRow(unsigned version, unsigned layer) {
   return layer == kLayer1 ? kRow2L1 : kRow2L23;
 }
 
-void Store(int* out, uint32_t value) {
-  if (out) *out = static_cast<int>(value);
-}
-
 }  // namespace
 
 bool DecodeMpegAudioHeader(uint32_t header, SMpegAudioHeader* out) {
@@ -57,18 +52,6 @@ bool DecodeMpegAudioHeader(uint32_t header, SMpegAudioHeader* out) {
     out->nFrameSize = out->nKbps * (out->nSamples * 125) / out->nSampleRate + padding;
   }
   return true;
-}
-
-bool CAVIFileParser::GetMPEGAudioFrameSize(unsigned int header, int* frameSize, int* sampleRate, int* channels,
-                                           int* bitrateKbps, int* samplesPerFrame) {
-  SMpegAudioHeader decoded;
-  const bool valid = DecodeMpegAudioHeader(header, &decoded);
-  Store(frameSize, decoded.nFrameSize);
-  Store(sampleRate, decoded.nSampleRate);
-  Store(channels, decoded.nChannels);
-  Store(bitrateKbps, decoded.nKbps);
-  Store(samplesPerFrame, decoded.nSamples);
-  return valid;
 }
 
 __attribute__((visibility("default"))) unsigned int readBits(char* buf, unsigned int* bitPos, unsigned int count) {

@@ -126,7 +126,4 @@ struct SAVIInfo {
   const char* pSubtitleName;
 };
 
-/// Frees an index record and the entries it owns; null is ignored.
-void FreeIndex(SIndex* index);
-
 #endif  // ZU_AVIFILE_RECORDS_H_

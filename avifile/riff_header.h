@@ -5,20 +5,8 @@
 
 #include "avifile/records.h"
 #include "base/bytes.h"
-#include "source/source_reader.h"
 
 constexpr size_t kRiffHeaderBytes = 12;
-
-/// Reads FourCC, size and the four bytes behind them, which are a list's form type or a chunk's first data.
-/// @return 12; 0 at the end and for a header cut short; a negative status.
-inline int ReadRiffHeader(AVISourceReader* reader, SRIFF* riff) {
-  uint8_t raw[kRiffHeaderBytes];
-  const int nRead = reader->AVI_fread(raw, kRiffHeaderBytes, 1);
-  if (nRead < 0) return nRead;
-  if (nRead < static_cast<int>(kRiffHeaderBytes)) return 0;
-  *riff = {LoadLe32(raw), LoadLe32(raw + 4), LoadLe32(raw + 8)};
-  return nRead;
-}
 
 constexpr bool IsList(const SRIFF& riff) { return riff.dwFourCC == FourCC("RIFF") || riff.dwFourCC == FourCC("LIST"); }
 

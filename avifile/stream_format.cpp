@@ -2,10 +2,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include "avifile/avi_file_parser.h"
 #include "avifile/codec_table.h"
 #include "avifile/format_fields.h"
+#include "avifile/header_reader.h"
 #include "base/log.h"
+#include "zu_parser_avi/stream_types.h"
 
 namespace {
 
@@ -51,8 +52,8 @@ float MpegFrameRate(const SAVIStream* stream, uint16_t tag) {
 
 }  // namespace
 
-int CAVIFileParser::ParseChunkStrFmt(SRIFFNode* node, unsigned int size) {
-  SAVIStream* stream = Stream(m_iCurrStreamIdx);
+int HeaderReader::ParseChunkStrFmt(SRIFFNode* node, uint32_t size) {
+  SAVIStream* stream = m_Movie.streams.CurrentStream();
   if (!stream || !stream->m_pStrh) {
     AVI_LOGE("ERROR! ParseStrf: strh is NULL!!!");
     return 0;
@@ -64,14 +65,14 @@ int CAVIFileParser::ParseChunkStrFmt(SRIFFNode* node, unsigned int size) {
   return 1;
 }
 
-int CAVIFileParser::ParseAudioFormat(SRIFFNode* node, unsigned int size, SAVIStream* stream) {
+int HeaderReader::ParseAudioFormat(SRIFFNode* node, uint32_t size, SAVIStream* stream) {
   if (size < kWaveHeaderBytes) AVI_LOGW("ParseChunk() error case 'strf'(audio) not valid But Keep going");
   MallocPtr<uint8_t> format = AllocFormat(size);
   if (!format) {
     AVI_LOGE("ERROR! ParseChunk() 'strf'(audio) malloc() error");
     return 0;
   }
-  const int nRead = m_pReader->AVI_fread(format.get(), size, 1);
+  const int nRead = m_File.Read(format.get(), size);
   if (nRead < 1) {
     AVI_LOGE("[AVI] Error -> AUDIO ParseChunkStrFmt :: nRead(%d)", nRead);
     return 1;
@@ -88,37 +89,26 @@ int CAVIFileParser::ParseAudioFormat(SRIFFNode* node, unsigned int size, SAVIStr
   node->pData = format.release();  // freed with the chunk tree
 
   const bool noByteRate = AvgBytesPerSec(stream) == 0;
-  if (tag == kTagAc3 && noByteRate) SetVBR(m_iCurrStreamIdx);
+  if (tag == kTagAc3 && noByteRate) m_Movie.streams.SetVBR(m_Movie.streams.Current());
   if (tag == kTagMp3 && (noByteRate || (SampleSize(stream) == 1152 && BlockAlign(stream) == 1152))) {
-    SetVBR(m_iCurrStreamIdx);
+    m_Movie.streams.SetVBR(m_Movie.streams.Current());
   }
   if (tag == kTagMpegAudio || tag == kTagMp3) stream->fFramePerSec = MpegFrameRate(stream, tag);
 
-  if (!KeepAudioFormat(stream)) {
+  if (!m_Movie.streams.KeepFormat()) {
     AVI_LOGE("[AVI] m_StrfData allocate Error -> ParseChunkStrFmt");
     return 0;
   }
   return 1;
 }
 
-bool CAVIFileParser::KeepAudioFormat(const SAVIStream* stream) {
-  if (!m_StrfData) return false;
-  MallocPtr<uint8_t> copy = AllocZeroed<uint8_t>(stream->m_nStrfSize);
-  if (!copy) return false;
-  std::memcpy(copy.get(), stream->m_pStrf, stream->m_nStrfSize);
-  SStrfData& kept = m_StrfData[m_iCurrStreamIdx];
-  std::free(kept.pData);  // of an earlier format chunk in the same list
-  kept = {stream->m_nStrfSize, copy.release()};
-  return true;
-}
-
-int CAVIFileParser::ParseVideoFormat(SRIFFNode* node, unsigned int size, SAVIStream* stream) {
+int HeaderReader::ParseVideoFormat(SRIFFNode* node, uint32_t size, SAVIStream* stream) {
   MallocPtr<uint8_t> format = AllocFormat(size);
   if (!format) {
     AVI_LOGE("ERROR! ParseChunk() 'strf'(video) malloc() error");
     return 0;
   }
-  const int nRead = m_pReader->AVI_fread(format.get(), size, 1);
+  const int nRead = m_File.Read(format.get(), size);
   if (nRead < 1) {
     AVI_LOGE("[AVI] Error -> VIDEO ParseChunkStrFmt :: nRead(%d)", nRead);
     return 1;
@@ -128,18 +118,19 @@ int CAVIFileParser::ParseVideoFormat(SRIFFNode* node, unsigned int size, SAVIStr
   node->pData = format.release();  // freed with the chunk tree
 
   const uint32_t compression = StrfU32(stream, kBitmapCompression);
-  stream->nStreamType = m_nVideoType = VideoTypeOf(compression);
-  if (compression == FourCC("DXSA")) m_bAlphaSubtitle = 1;
-  if (m_nVideoType == STREAM_TYPE_SUBTITLE) m_bSubtitle = 1;
-  if (m_nVideoType == STREAM_TYPE_UNKNOWN || m_nVideoType == STREAM_TYPE_SUBTITLE) return 1;
+  const uint32_t type = VideoTypeOf(compression);
+  stream->nStreamType = m_Movie.m_nVideoType = type;
+  if (compression == FourCC("DXSA")) m_Movie.m_bAlphaSubtitle = true;
+  if (type == STREAM_TYPE_SUBTITLE) m_Movie.m_bSubtitle = true;
+  if (type == STREAM_TYPE_UNKNOWN || type == STREAM_TYPE_SUBTITLE) return 1;
 
-  std::free(m_pVideoStrf);
-  m_pVideoStrf = AllocZeroed<uint8_t>(size).release();  // freed by Destroy
-  m_nVideoStrfSize = m_pVideoStrf ? size : 0;
-  if (!m_pVideoStrf) {
+  m_Movie.m_pVideoStrf.reset();  // first: a file may have many formats of many megabytes
+  m_Movie.m_pVideoStrf = AllocZeroed<uint8_t>(size);
+  m_Movie.m_nVideoStrfSize = m_Movie.m_pVideoStrf ? size : 0;
+  if (!m_Movie.m_pVideoStrf) {
     AVI_LOGE("ERROR! ParseStrfExt data 'strf'(audio) malloc() error");  // it says audio; integrators know it so
     return 0;
   }
-  std::memcpy(m_pVideoStrf, stream->m_pStrf, size);
+  std::memcpy(m_Movie.m_pVideoStrf.get(), stream->m_pStrf, size);
   return 1;
 }

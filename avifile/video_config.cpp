@@ -2,11 +2,13 @@
 #include <algorithm>
 #include <cstring>
 
-#include "avifile/avi_file_parser.h"
+#include "avifile/config_reader.h"
 #include "avifile/format_fields.h"
 #include "avifile/video_bitstream.h"
 #include "avifile/vol_header.h"
+#include "base/c_heap.h"
 #include "base/log.h"
+#include "zu_parser_avi/stream_types.h"
 
 namespace {
 
@@ -28,32 +30,33 @@ ptrdiff_t FindHeader(ByteSpan frame, uint8_t code, ptrdiff_t from) {
 
 }  // namespace
 
-unsigned char CAVIFileParser::GetVideoSpecificInfo(int stream, uint8_t* buffer, uint32_t* length, uint32_t capacity) {
-  if (m_nVideoStrfSize == 0) return 1;
-  AVI_LOGV("GetVideoSpecificInfo EncodingType : %ld", static_cast<long>(m_nVideoType));
-  if (m_nVideoStrfSize > kBitmapHeaderBytes) {
-    Deliver({m_pVideoStrf + kBitmapHeaderBytes, m_nVideoStrfSize - kBitmapHeaderBytes}, buffer, length, capacity);
+unsigned char ConfigReader::GetVideoSpecificInfo(int stream, uint8_t* buffer, uint32_t* length, uint32_t capacity) {
+  if (m_Movie.m_nVideoStrfSize == 0) return 1;
+  AVI_LOGV("GetVideoSpecificInfo EncodingType : %ld", static_cast<long>(m_Movie.m_nVideoType));
+  if (m_Movie.m_nVideoStrfSize > kBitmapHeaderBytes) {
+    Deliver({m_Movie.m_pVideoStrf.get() + kBitmapHeaderBytes, m_Movie.m_nVideoStrfSize - kBitmapHeaderBytes}, buffer,
+            length, capacity);
     return 1;
   }
   *length = 0;
-  const SAVIStream* record = Stream(stream);
-  if (!IsIndexed() || !record || !TakesVolHeader(record->nStreamType)) return 1;
+  const SAVIStream* record = m_Movie.streams.At(stream);
+  if (!m_Movie.IsIndexed() || !record || !TakesVolHeader(record->nStreamType)) return 1;
   return ConfigFromFirstFrame(record, buffer, length, capacity);
 }
 
-unsigned char CAVIFileParser::ConfigFromFirstFrame(const SAVIStream* stream, uint8_t* buffer, uint32_t* length,
-                                                   uint32_t capacity) {
+unsigned char ConfigReader::ConfigFromFirstFrame(const SAVIStream* stream, uint8_t* buffer, uint32_t* length,
+                                                 uint32_t capacity) {
   const SIndexEntry* first = IndexEntry(stream, 0);
   if (!first) return 1;
   const uint32_t size =
-      static_cast<uint32_t>(std::min<uint64_t>(ChunkSize(*first), RestOfFile(first->qwOffset, AVI_MAX_FIRST_FRAME)));
+      static_cast<uint32_t>(std::min<uint64_t>(ChunkSize(*first), m_File.Rest(first->qwOffset, AVI_MAX_FIRST_FRAME)));
   MallocPtr<uint8_t> data = AllocZeroed<uint8_t>(size);
   if (!data) {
     AVI_LOGE("[AVI] temp_buffer allocate Error -> GetVideoSpecificInfo");
     return 0;
   }
-  m_pReader->AVI_fseek(static_cast<long>(first->qwOffset), 0);
-  const int nRead = ReadPayload(data.get(), size);
+  m_File.Seek(first->qwOffset);
+  const int nRead = m_File.Read(data.get(), size);
   if (nRead < 0) {
     AVI_LOGE("GetVideoSpecificInfo: First frame read ERROR!");
     return 1;
@@ -75,20 +78,20 @@ unsigned char CAVIFileParser::ConfigFromFirstFrame(const SAVIStream* stream, uin
   return 1;
 }
 
-unsigned char CAVIFileParser::GetCodecSpecificInfo(int stream, uint8_t* buffer, uint32_t* length, uint32_t capacity) {
-  if (!IsIndexed()) {
+unsigned char ConfigReader::GetCodecSpecificInfo(int stream, uint8_t* buffer, uint32_t* length, uint32_t capacity) {
+  if (!m_Movie.IsIndexed()) {
     *length = 0;
     return 0;
   }
-  if (GetStreamType(stream) != STREAM_TYPE_H264) return 1;
-  const SIndexEntry* first = IndexEntry(Stream(stream), 0);
+  if (m_Movie.streams.GetStreamType(stream) != STREAM_TYPE_H264) return 1;
+  const SIndexEntry* first = IndexEntry(m_Movie.streams.At(stream), 0);
   // The flag in the size is left in: a first chunk that is no key frame is searched in full.
   const uint32_t size = std::min({first ? first->dwSize : 0, AVI_CONFIG_SCRATCH, capacity});
   *length = 0;
   if (!first) return 1;
-  m_pReader->AVI_fseek(static_cast<long>(first->qwOffset), 0);
+  m_File.Seek(first->qwOffset);
   std::memset(buffer, 0, size);
-  const int nRead = ReadPayload(buffer, size);
+  const int nRead = m_File.Read(buffer, size);
   if (nRead < 0) {
     AVI_LOGE("GetVideoSpecificInfo: First frame read ERROR!");
     return 0;

@@ -1,12 +1,15 @@
 #define LOG_TAG "AVIFileParser"
+#include "avifile/seeker.h"
+
 #include <algorithm>
 #include <limits>
 
-#include "avifile/avi_file_parser.h"
-#include "avifile/byte_sums.h"
 #include "avifile/format_fields.h"
+#include "avifile/sample_time.h"
 #include "base/checked_math.h"
+#include "base/limits.h"
 #include "base/log.h"
+#include "zu_parser_avi/status.h"
 
 // Positions are converted in single precision, by contract: a player that stored a position finds it again.
 
@@ -56,7 +59,7 @@ void ClearCursors(SAVIStream* record) {
   record->dwChunkCount = 0;
 }
 
-void StoreTime(unsigned int* pdwStartTime, uint32_t time) {
+void StoreTime(uint32_t* pdwStartTime, uint32_t time) {
   if (pdwStartTime) *pdwStartTime = time;
 }
 
@@ -114,10 +117,9 @@ SIndexPosition FindCbrPosition(SAVIStream* record, uint32_t time, float frameByt
 
 }  // namespace
 
-unsigned int CAVIFileParser::SeekVideoKeyFrame(unsigned int dwTime, int stream, int nSeekMode,
-                                               unsigned char bSeekForward) {
+uint32_t Seeker::SeekVideoKeyFrame(uint32_t dwTime, int stream, int nSeekMode, unsigned char bSeekForward) const {
   AVI_LOGV("SeekVideoKeyFrame : [SeekForward:%d]", bSeekForward);
-  const SAVIStream* record = Stream(stream);
+  const SAVIStream* record = m_Movie.streams.At(stream);
   const uint32_t count = IndexCount(record);
   if (count == 0) return 0;
   const uint32_t at = std::min(TimeToIndex(dwTime, record), count - 1);
@@ -130,20 +132,19 @@ unsigned int CAVIFileParser::SeekVideoKeyFrame(unsigned int dwTime, int stream, 
   return both < 2 * uint64_t{dwTime} ? next : prev;
 }
 
-int CAVIFileParser::SeekWithoutIndex(uint32_t dwTime, unsigned int* pdwStartTime) {
+int Seeker::SeekWithoutIndex(uint32_t dwTime, uint32_t* pdwStartTime) {
   if (dwTime != 0) return AVI_ERROR;
-  for (int i = 0; i < StreamCount(); ++i) ClearCursors(Stream(i));
+  for (SAVIStream& record : m_Movie.streams.All()) ClearCursors(&record);
   StoreTime(pdwStartTime, 0);
   return AVI_OK;
 }
 
-int CAVIFileParser::SetStartTime(unsigned int dwTime, unsigned int* pdwStartTime, unsigned char bSeekForward,
-                                 int nTrackType, int nSeekMode) {
+int Seeker::SetStartTime(uint32_t dwTime, uint32_t* pdwStartTime, unsigned char bSeekForward, int nTrackType,
+                         int nSeekMode) {
   AVI_LOGV("SetStartTime start : %d\n", nTrackType);
-  if (!IsIndexed()) return SeekWithoutIndex(dwTime, pdwStartTime);
+  if (!m_Movie.IsIndexed()) return SeekWithoutIndex(dwTime, pdwStartTime);
   uint32_t time = dwTime;
-  for (int i = 0; i < StreamCount(); ++i) {
-    SAVIStream* record = Stream(i);
+  for (int i = 0; SAVIStream* record = m_Movie.streams.At(i); ++i) {
     const bool video = HasKind(record, kFccVideo) && record->nStreamType != STREAM_TYPE_SUBTITLE;
     if (nTrackType == kTrackVideo && video) {
       SeekVideoStream(i, record, dwTime, bSeekForward, nSeekMode, &time);
@@ -156,8 +157,8 @@ int CAVIFileParser::SetStartTime(unsigned int dwTime, unsigned int* pdwStartTime
   return AVI_OK;
 }
 
-void CAVIFileParser::SeekVideoStream(int stream, SAVIStream* record, uint32_t dwTime, unsigned char bSeekForward,
-                                     int nSeekMode, uint32_t* time) {
+void Seeker::SeekVideoStream(int stream, SAVIStream* record, uint32_t dwTime, unsigned char bSeekForward, int nSeekMode,
+                             uint32_t* time) {
   if (dwTime == 0) {
     ClearCursors(record);
     AVI_LOGE("SetStartTime Video Index Default to 0");
@@ -169,7 +170,7 @@ void CAVIFileParser::SeekVideoStream(int stream, SAVIStream* record, uint32_t dw
   if (IndexCount(record) != 0) *time = IndexToTime(record->dwCurrIdx, record);
 }
 
-void CAVIFileParser::SeekAudioStream(int stream, SAVIStream* record, uint32_t dwTime) {
+void Seeker::SeekAudioStream(int stream, SAVIStream* record, uint32_t dwTime) {
   if (dwTime == 0) {
     ClearCursors(record);
     AVI_LOGV("SetStartTime Audio Index Default to 0");
@@ -177,7 +178,7 @@ void CAVIFileParser::SeekAudioStream(int stream, SAVIStream* record, uint32_t dw
   }
   SIndexPosition position{0, 0};
   if (record->m_pStrf && IndexCount(record) != 0) {
-    if (IsTimedByIndex(stream, record)) {
+    if (IsTimedByIndex(m_Movie.streams, stream, record)) {
       AVI_LOGV("VBR");
       position.dwIdx = std::min(TimeToIndex(dwTime, record), IndexCount(record) - 1);
       record->dwChunkCount = position.dwIdx;
@@ -193,26 +194,26 @@ void CAVIFileParser::SeekAudioStream(int stream, SAVIStream* record, uint32_t dw
   AVI_LOGV("[stream:%d] dwAudioIdx : %lu\n", stream, static_cast<unsigned long>(position.dwIdx));
 }
 
-int CAVIFileParser::SetStartTime(unsigned int dwTime, unsigned int* pdwStartTime, unsigned char bSeekForward) {
-  if (!IsIndexed()) return SeekWithoutIndex(dwTime, pdwStartTime);
+int Seeker::SetStartTime(uint32_t dwTime, uint32_t* pdwStartTime, unsigned char bSeekForward) {
+  if (!m_Movie.IsIndexed()) return SeekWithoutIndex(dwTime, pdwStartTime);
   uint32_t time = dwTime;
-  for (int i = 0; i < StreamCount(); ++i) {
-    SAVIStream* record = Stream(i);
+  for (int i = 0; SAVIStream* record = m_Movie.streams.At(i); ++i) {
     if (!HasKind(record, kFccVideo)) continue;
     if (dwTime == 0) {
       ClearCursors(record);
-      AVI_LOGE("SetStartTime Video Index [%d/%d] Default to 0", i, m_iStreamNum);
+      AVI_LOGE("SetStartTime Video Index [%d/%d] Default to 0", i, m_Movie.streams.DeclaredCount());
     } else {
       SeekAllVideoStream(record, bSeekForward, &time);
     }
   }
-  uint64_t bytes = 0;  // carried from one audio stream to the next, as ever
-  for (int i = 0; i < StreamCount(); ++i) {
-    SAVIStream* record = Stream(i);
+  // Carried from one audio stream to the next: with a sum of its own a second stream would start elsewhere than
+  // players have learned to expect.
+  uint64_t bytes = 0;
+  for (int i = 0; SAVIStream* record = m_Movie.streams.At(i); ++i) {
     if (!HasKind(record, kFccAudio)) continue;
     if (dwTime == 0) {
       ClearCursors(record);
-      AVI_LOGE("SetStartTime Audio Index [%d/%d] Default to 0", i, m_iStreamNum);
+      AVI_LOGE("SetStartTime Audio Index [%d/%d] Default to 0", i, m_Movie.streams.DeclaredCount());
     } else if (!SeekAllAudioStream(record, time, &bytes)) {
       MoveAllToEnd();
       break;
@@ -222,7 +223,7 @@ int CAVIFileParser::SetStartTime(unsigned int dwTime, unsigned int* pdwStartTime
   return AVI_OK;
 }
 
-void CAVIFileParser::SeekAllVideoStream(SAVIStream* record, unsigned char bSeekForward, uint32_t* time) {
+void Seeker::SeekAllVideoStream(SAVIStream* record, unsigned char bSeekForward, uint32_t* time) {
   const uint32_t count = IndexCount(record);
   const uint32_t first = TimeToIndex(*time, record);
   uint32_t at;
@@ -243,7 +244,7 @@ void CAVIFileParser::SeekAllVideoStream(SAVIStream* record, unsigned char bSeekF
   AVI_LOGV("Video dwDestTimeTick :%ld ", static_cast<long>(*time));
 }
 
-bool CAVIFileParser::SeekAllAudioStream(SAVIStream* record, uint32_t time, uint64_t* bytes) {
+bool Seeker::SeekAllAudioStream(SAVIStream* record, uint32_t time, uint64_t* bytes) {
   uint32_t idx = 0;
   const uint32_t count = IndexCount(record);
   if (!record->m_pStrf || count == 0) {
@@ -267,7 +268,7 @@ bool CAVIFileParser::SeekAllAudioStream(SAVIStream* record, uint32_t time, uint6
   return true;
 }
 
-uint32_t CAVIFileParser::FindAllCbrIndex(SAVIStream* record, uint32_t time, uint64_t* bytes) {
+uint32_t Seeker::FindAllCbrIndex(SAVIStream* record, uint32_t time, uint64_t* bytes) {
   const float frameBytes = SetMpegSampleSize(record);
   const uint32_t length = TimeToIndex(time, record);
   if (SampleSize(record) == 0) {
@@ -301,20 +302,19 @@ uint32_t CAVIFileParser::FindAllCbrIndex(SAVIStream* record, uint32_t time, uint
   return position.dwIdx;
 }
 
-void CAVIFileParser::MoveAllToEnd() {
-  for (int i = 0; i < StreamCount(); ++i) {
-    SAVIStream* record = Stream(i);
-    record->dwCurrIdx = IndexCount(record);
-    record->dwTotalBytes = 0;
+void Seeker::MoveAllToEnd() {
+  for (SAVIStream& record : m_Movie.streams.All()) {
+    record.dwCurrIdx = IndexCount(&record);
+    record.dwTotalBytes = 0;
   }
 }
 
-unsigned int CAVIFileParser::getNextKeyFrameTime(unsigned int dwTime) {
-  if (!IsIndexed()) return 0;
+uint32_t Seeker::getNextKeyFrameTime(uint32_t dwTime) const {
+  if (!m_Movie.IsIndexed()) return 0;
   uint32_t next = 0;  // a stream without a key frame behind `dwTime` answers with the position of the one before it
   uint32_t time = 0;
-  for (int i = 0; i < StreamCount(); ++i) {
-    const SAVIStream* record = Stream(i);
+  for (const SAVIStream& stream : m_Movie.streams.All()) {
+    const SAVIStream* record = &stream;
     if (!HasKind(record, kFccVideo)) continue;
     const uint32_t count = IndexCount(record);
     const uint32_t first = std::min(TimeToIndex(dwTime, record), count);

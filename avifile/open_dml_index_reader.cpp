@@ -1,12 +1,15 @@
 #define LOG_TAG "AVIFileParser"
+#include "avifile/open_dml_index_reader.h"
+
 #include <algorithm>
 #include <cstring>
 #include <limits>
 
-#include "avifile/avi_file_parser.h"
 #include "avifile/riff_header.h"
+#include "avifile/sample_time.h"
 #include "base/bytes.h"
 #include "base/checked_math.h"
+#include "base/limits.h"
 #include "base/log.h"
 
 namespace {
@@ -23,7 +26,7 @@ constexpr uint64_t kMaxBaseOffset = static_cast<uint64_t>(std::numeric_limits<in
 
 }  // namespace
 
-struct CAVIFileParser::NewIndexHeader {
+struct OpenDmlIndexReader::SHeader {
   uint32_t dwFirstWord;  // wLongsPerEntry, bIndexSubType, bIndexType
   uint32_t nEntriesInUse;
   uint32_t dwChunkId;
@@ -33,41 +36,41 @@ struct CAVIFileParser::NewIndexHeader {
   uint64_t TableBytes() const { return uint64_t{EntryBytes()} * nEntriesInUse; }
 };
 
-SIndex* CAVIFileParser::ParseChunkNewIdx(long offset, unsigned int size, SIndex* pIndex) {
+SIndex* OpenDmlIndexReader::ParseChunkNewIdx(long offset, uint32_t size, SIndex* pIndex) {
   SIndex* index = pIndex;
-  if (ReadNewIndex(offset, size, 1, &index)) return index;
+  if (ReadIndex(offset, size, 1, &index)) return index;
   FreeIndex(index);
   return nullptr;
 }
 
 // The functions below return false for "no index any more"; whoever holds the record then frees it, once.
 
-bool CAVIFileParser::ReadNewIndex(long offset, unsigned int size, int level, SIndex** index) {
+bool OpenDmlIndexReader::ReadIndex(long offset, uint32_t size, int level, SIndex** index) {
   if (size == 0) {
     AVI_LOGE("[ParseChunkNewIdx] ParseChunkNewIdx dwsize = 0 ");
     return false;
   }
   uint8_t raw[kHeaderBytes];
-  if (m_pReader->AVI_fread(raw, kHeaderBytes, 1) < static_cast<int>(kHeaderBytes)) {
+  if (m_File.Read(raw, kHeaderBytes) < static_cast<int>(kHeaderBytes)) {
     AVI_LOGE("[ParseChunkNewIdx] dwSize : %lu", static_cast<unsigned long>(size));
-    m_pReader->AVI_fseek(size, 1);
+    m_File.Skip(size);
     return false;
   }
-  const NewIndexHeader header{LoadLe32(raw), LoadLe32(raw + 4), LoadLe32(raw + 8), LoadLe64(raw + 12)};
-  if (SAVIStream* stream = Stream(StreamNumber(header.dwChunkId))) stream->dwChunkId = header.dwChunkId;
+  const SHeader header{LoadLe32(raw), LoadLe32(raw + 4), LoadLe32(raw + 8), LoadLe64(raw + 12)};
+  if (SAVIStream* stream = m_Movie.streams.At(StreamNumber(header.dwChunkId))) stream->dwChunkId = header.dwChunkId;
 
-  ENewIndex result = ENewIndex::kKept;
+  EResult result = EResult::kKept;
   if (header.IndexType() == AVI_INDEX_OF_CHUNKS) {
     result = ReadChunkIndex(header, offset, index);
   } else if (header.IndexType() == AVI_INDEX_OF_INDEXES && level < AVI_MAX_INDEX_LEVELS) {
     result = ReadSuperIndex(header, offset, level, index);
   }
-  if (result == ENewIndex::kNoMemory) return false;
-  m_pReader->AVI_fseek(CheckedAdd<long>(offset, size), 0);
-  return result == ENewIndex::kKept;
+  if (result == EResult::kNoMemory) return false;
+  m_File.Seek(CheckedAdd<long>(offset, size));
+  return result == EResult::kKept;
 }
 
-CAVIFileParser::ENewIndex CAVIFileParser::ReadChunkIndex(const NewIndexHeader& header, long offset, SIndex** index) {
+OpenDmlIndexReader::EResult OpenDmlIndexReader::ReadChunkIndex(const SHeader& header, long offset, SIndex** index) {
   const uint32_t entryBytes = header.EntryBytes();
   const bool isField = (header.dwFirstWord & 0xFFFFFF) == kFieldIndexWord;
   int nRead = 0;
@@ -84,13 +87,13 @@ CAVIFileParser::ENewIndex CAVIFileParser::ReadChunkIndex(const NewIndexHeader& h
     }
     // More entries than the file has room for chunks: super entries that repeat one chunk index.
     const uint64_t held = *index ? (*index)->dwIdxNum : 0;
-    if (held + header.nEntriesInUse > RestOfFile(0, AVI_MAX_STREAM_TABLE) / AVI_NEW_ENTRY_BYTES) {
-      return ENewIndex::kKept;
+    if (held + header.nEntriesInUse > m_File.Rest(0, AVI_MAX_STREAM_TABLE) / AVI_NEW_ENTRY_BYTES) {
+      return EResult::kKept;
     }
     if (header.qwBaseOffset <= kMaxBaseOffset) {
-      table = AllocIndexTable(header, offset);
+      table = AllocateTable(header, offset);
       if (table) {
-        nRead = m_pReader->AVI_fread(table.get(), static_cast<unsigned int>(header.TableBytes()), 1);
+        nRead = m_File.Read(table.get(), static_cast<uint32_t>(header.TableBytes()));
       } else if (isField) {
         AVI_LOGW("[AVI] aFieldIdx allocate fail -> ParseChunkNewIdx");
       } else {
@@ -100,17 +103,17 @@ CAVIFileParser::ENewIndex CAVIFileParser::ReadChunkIndex(const NewIndexHeader& h
   }
   if (nRead < 1) {
     AVI_LOGW("[AVI] aFieldIdx/aStdIdx fread fail -> ParseChunkNewIdx :: nRead(%d)", nRead);
-    return ENewIndex::kKept;
+    return EResult::kKept;
   }
   return AddEntries(header, {table.get(), static_cast<size_t>(nRead)}, index);
 }
 
-CAVIFileParser::ENewIndex CAVIFileParser::AddEntries(const NewIndexHeader& header, ByteSpan table, SIndex** index) {
+OpenDmlIndexReader::EResult OpenDmlIndexReader::AddEntries(const SHeader& header, ByteSpan table, SIndex** index) {
   if (!*index) {
     *index = AllocZeroed<SIndex>(1).release();  // the caller's
     if (!*index) {
       AVI_LOGE("[AVI] pIndex allocate Error -> ParseChunkNewIdx");
-      return ENewIndex::kNoMemory;
+      return EResult::kNoMemory;
     }
     (*index)->bOwnsEntries = 1;
   }
@@ -120,7 +123,7 @@ CAVIFileParser::ENewIndex CAVIFileParser::AddEntries(const NewIndexHeader& heade
   const uint32_t count = static_cast<uint32_t>(table.size() / entryBytes);
   const size_t room = size_t{all.dwIdxNum} + count;
   void* grown = std::realloc(all.aIdx, std::max<size_t>(room, 1) * sizeof(SIndexEntry));
-  if (!grown) return ENewIndex::kLost;
+  if (!grown) return EResult::kLost;
   all.aIdx = static_cast<SIndexEntry*>(grown);
   std::memset(all.aIdx + all.dwIdxNum, 0, size_t{count} * sizeof(SIndexEntry));
   for (uint32_t i = 0; i < count; ++i) {
@@ -128,26 +131,26 @@ CAVIFileParser::ENewIndex CAVIFileParser::AddEntries(const NewIndexHeader& heade
     matching_idx(static_cast<int>(i), &all, static_cast<long>(header.qwBaseOffset), LoadLe32(raw), LoadLe32(raw + 4));
   }
   all.dwIdxNum = CheckedAdd<uint32_t>(all.dwIdxNum, count);
-  return ENewIndex::kKept;
+  return EResult::kKept;
 }
 
-CAVIFileParser::ENewIndex CAVIFileParser::ReadSuperIndex(const NewIndexHeader& header, long offset, int level,
-                                                         SIndex** index) {
+OpenDmlIndexReader::EResult OpenDmlIndexReader::ReadSuperIndex(const SHeader& header, long offset, int level,
+                                                               SIndex** index) {
   if (header.EntryBytes() != kSuperEntryBytes) {
     AVI_LOGE("ERROR! ParseChunkNewIdx()AVI_INDEX_OF_INDEXES (%d) != (%d)", static_cast<int>(header.EntryBytes()),
              static_cast<int>(kSuperEntryBytes));
-    return ENewIndex::kKept;
+    return EResult::kKept;
   }
-  const long fileLength = m_pReader->AVI_FileLength_hdl();
-  MallocPtr<uint8_t> table = AllocIndexTable(header, offset);
+  const long fileLength = m_File.AskLength();
+  MallocPtr<uint8_t> table = AllocateTable(header, offset);
   if (!table) {
     AVI_LOGE("[AVI] aSupIdx allocate Error -> ParseChunkNewIdx");
-    return ENewIndex::kNoMemory;
+    return EResult::kNoMemory;
   }
-  const int nRead = m_pReader->AVI_fread(table.get(), static_cast<unsigned int>(header.TableBytes()), 1);
+  const int nRead = m_File.Read(table.get(), static_cast<uint32_t>(header.TableBytes()));
   if (nRead < 1) {
     AVI_LOGW("[AVI] aSupIdx fread fail -> ParseChunkNewIdx :: nRead(%d)", nRead);
-    return ENewIndex::kKept;
+    return EResult::kKept;
   }
   const size_t whole = static_cast<size_t>(nRead) / kSuperEntryBytes * kSuperEntryBytes;
   const ByteSpan entries{table.get(), whole};
@@ -155,46 +158,46 @@ CAVIFileParser::ENewIndex CAVIFileParser::ReadSuperIndex(const NewIndexHeader& h
   return ReadChunkIndexes(entries, static_cast<uint64_t>(std::max(fileLength, 0L)), level, index);
 }
 
-CAVIFileParser::ENewIndex CAVIFileParser::ReadChunkIndexes(ByteSpan table, uint64_t fileLength, int level,
-                                                           SIndex** index) {
+OpenDmlIndexReader::EResult OpenDmlIndexReader::ReadChunkIndexes(ByteSpan table, uint64_t fileLength, int level,
+                                                                 SIndex** index) {
   for (; !table.empty(); table = table.subspan(kSuperEntryBytes)) {
     const uint64_t position = LoadLe64(table.data());
-    m_pReader->AVI_fseek(static_cast<long>(position), 0);
+    m_File.Seek(position);
     uint8_t raw[kRiffHeaderBytes];
-    const int nRead = m_pReader->AVI_fread(raw, kRiffHeaderBytes, 1);
+    const int nRead = m_File.Read(raw, kRiffHeaderBytes);
     if (nRead < static_cast<int>(kRiffHeaderBytes)) {
       AVI_LOGE("[AVI] sRiff fread fail -> ParseChunkNewIdx :: nRead(%d)", nRead);
-      return ENewIndex::kKept;  // what was gathered
+      return EResult::kKept;  // what was gathered
     }
-    m_pReader->AVI_fseek(-4, 1);
+    m_File.StepBackOverType();
     const uint32_t chunkSize = LoadLe32(raw + 4);
     uint64_t end;
-    if (__builtin_add_overflow(position, uint64_t{chunkSize} + 8, &end) || end > fileLength) return ENewIndex::kLost;
+    if (__builtin_add_overflow(position, uint64_t{chunkSize} + 8, &end) || end > fileLength) return EResult::kLost;
     // An index chunk that added nothing to nothing ends the walk like one that failed.
-    if (!ReadNewIndex(static_cast<long>(position + 8), chunkSize, level + 1, index) || !*index) return ENewIndex::kLost;
+    if (!ReadIndex(static_cast<long>(position + 8), chunkSize, level + 1, index) || !*index) return EResult::kLost;
   }
-  return ENewIndex::kKept;
+  return EResult::kKept;
 }
 
-void CAVIFileParser::SetPlayTime(ByteSpan superTable) {
+void OpenDmlIndexReader::SetPlayTime(ByteSpan superTable) {
   uint64_t frames = 0;
   for (size_t at = 0; at < superTable.size(); at += kSuperEntryBytes) frames += LoadLe32(superTable.data() + at + 12);
-  dwPlayTime = Truncate<uint32_t>(static_cast<double>(frames) * m_dwMicroSecPerFrame / 1000.0);
+  m_Movie.dwPlayTime = PlayTimeOfFrames(frames, m_Movie.m_dwMicroSecPerFrame);
 }
 
-MallocPtr<uint8_t> CAVIFileParser::AllocIndexTable(const NewIndexHeader& header, long offset) {
+MallocPtr<uint8_t> OpenDmlIndexReader::AllocateTable(const SHeader& header, long offset) {
   const uint64_t position = static_cast<uint64_t>(offset) + kHeaderBytes;
   const uint64_t bytes = header.TableBytes();
-  if (bytes > std::min<uint64_t>(RestOfFile(position, AVI_MAX_STREAM_TABLE), AVI_MAX_READ)) return nullptr;
+  if (bytes > std::min<uint64_t>(m_File.Rest(position, AVI_MAX_STREAM_TABLE), AVI_MAX_READ)) return nullptr;
   // Index chunks that name each other's tables over and over would make a small file long to open.
-  const uint64_t budget = SaturatedMul<uint64_t>(RestOfFile(0, AVI_MAX_STREAM_TABLE), AVI_INDEX_READ_FACTOR);
-  if (bytes > budget - std::min(budget, m_nIndexReadBytes)) return nullptr;
-  m_nIndexReadBytes += bytes;
+  const uint64_t budget = SaturatedMul<uint64_t>(m_File.Rest(0, AVI_MAX_STREAM_TABLE), AVI_INDEX_READ_FACTOR);
+  if (bytes > budget - std::min(budget, m_nBytesRead)) return nullptr;
+  m_nBytesRead += bytes;
   return AllocZeroed<uint8_t>(bytes);
 }
 
 __attribute__((visibility("default"))) void matching_idx(int i, SIndex* pIndex, long base, unsigned int offset,
-                                                         unsigned int size) {
+                                                         uint32_t size) {
   if (!pIndex) return;
   const size_t at = static_cast<size_t>(pIndex->dwIdxNum + static_cast<int64_t>(i));
   pIndex->aIdx[at].qwOffset = static_cast<uint64_t>(base) + offset;

@@ -1,14 +1,13 @@
 #define LOG_TAG "AVIFileParser"
+#include "avifile/split_picture_joiner.h"
+
 #include <algorithm>
 #include <cstring>
 
-#include "avifile/avi_file_parser.h"
 #include "base/bytes.h"
 #include "base/checked_math.h"
+#include "base/limits.h"
 #include "base/log.h"
-
-// Some writers cut MPEG-1/2 video into chunks without regard to pictures. Such chunks are joined again, and delivered
-// from picture start to picture start.
 
 namespace {
 
@@ -23,7 +22,7 @@ bool StartsPictureOrSequence(const uint8_t* bytes, int count) {
 
 }  // namespace
 
-int CAVIFileParser::CheckSplitVideo(const SAVIStream* record, unsigned int* piRead) {
+int SplitPictureJoiner::Check(const SAVIStream* record, const SChunkRead& read) {
   if (m_bSplitChecked) return AVI_OK;
   int chunks = 0;
   int starts = 0;
@@ -31,16 +30,16 @@ int CAVIFileParser::CheckSplitVideo(const SAVIStream* record, unsigned int* piRe
     const SIndexEntry& entry = record->pIndex->aIdx[i];
     if (ChunkSize(entry) == 0) continue;
     ++chunks;
-    m_pReader->AVI_fseek(static_cast<long>(entry.qwOffset), 0);
+    m_File.Seek(entry.qwOffset);
     uint8_t head[kProbeBytes];
-    const int nRead = ReadPayload(head, kProbeBytes);
-    if (nRead < 0) return FailedRead(nRead, piRead);
+    const int nRead = m_File.Read(head, kProbeBytes);
+    if (nRead < 0) return FailedChunkRead(nRead, read);
     if (StartsPictureOrSequence(head, nRead)) ++starts;
   }
   if (chunks != starts) {
-    if (!m_pSplitBuf) m_pSplitBuf = AllocZeroed<uint8_t>(AVI_SPLIT_BYTES).release();  // freed by Destroy
+    if (!m_pSplitBuf) m_pSplitBuf = AllocZeroed<uint8_t>(AVI_SPLIT_BYTES);
     if (!m_pSplitBuf) {
-      *piRead = 0;
+      *read.piRead = 0;
       return AVI_OUT_OF_MEMORY;
     }
     m_bSplitVideo = true;
@@ -50,27 +49,24 @@ int CAVIFileParser::CheckSplitVideo(const SAVIStream* record, unsigned int* piRe
   return AVI_OK;
 }
 
-int CAVIFileParser::ReadSplit(SAVIStream* record, const SIndexEntry& entry, char* buf, unsigned int nBufLen,
-                              unsigned int* piRead, unsigned int* piTimeStamp) {
-  if (!m_pSplitBuf) return EndOfData(piRead, piTimeStamp);
+int SplitPictureJoiner::Read(SAVIStream* record, const SIndexEntry& entry, const SChunkRead& read) {
   const uint32_t chunkSize = ChunkSize(entry);
   const uint32_t before = record->dwCurrIdx;
   record->dwCurrIdx = CheckedAdd<uint32_t>(before, 1u);
   if (chunkSize > AVI_SPLIT_BYTES - m_nSplitBufLen) {
     AVI_LOGE("[GetNextData] split video buffer full, dropped:%ld, dwChunkSize:%ld", static_cast<long>(m_nSplitBufLen),
              static_cast<long>(chunkSize));
-    DropSplitFront(m_nSplitBufLen);
+    DropFront(m_nSplitBufLen);
     if (chunkSize > AVI_SPLIT_BYTES) {
-      *piRead = 0;
-      *piTimeStamp = 0;
+      *read.piRead = *read.piTimeStamp = 0;
       return AVI_OK;
     }
   }
-  m_pReader->AVI_fseek(static_cast<long>(entry.qwOffset), 0);
-  const int nRead = ReadPayload(m_pSplitBuf + m_nSplitBufLen, chunkSize);
+  m_File.Seek(entry.qwOffset);
+  const int nRead = m_File.Read(m_pSplitBuf.get() + m_nSplitBufLen, chunkSize);
   if (nRead < 0) {
     record->dwCurrIdx = before;
-    return FailedRead(nRead, piRead);
+    return FailedChunkRead(nRead, read);
   }
   m_nSplitBufLen += static_cast<uint32_t>(nRead);
 
@@ -80,8 +76,7 @@ int CAVIFileParser::ReadSplit(SAVIStream* record, const SIndexEntry& entry, char
     const int32_t last = FindLastPicture();
     if (last < 0) {
       AVI_LOGE("[GetNextData] Can't find EndPosition, StartPosition:%d", m_nSplitStart);
-      *piRead = 0;
-      *piTimeStamp = 0;
+      *read.piRead = *read.piTimeStamp = 0;
       return AVI_OK;
     }
     start = static_cast<uint32_t>(m_nSplitStart);
@@ -89,19 +84,19 @@ int CAVIFileParser::ReadSplit(SAVIStream* record, const SIndexEntry& entry, char
   }
 
   const uint32_t size = end - start;
-  const bool fits = size <= nBufLen;
-  if (fits && size) std::memcpy(buf, m_pSplitBuf + start, size);
-  DropSplitFront(end);
-  if (!fits) return EndOfData(piRead, piTimeStamp);
-  *piRead = size;
+  const bool fits = size <= read.nBufLen;
+  if (fits && size) std::memcpy(read.buf, m_pSplitBuf.get() + start, size);
+  DropFront(end);
+  if (!fits) return read.End();
+  *read.piRead = size;
   record->dwTotalBytes = CheckedAdd<uint64_t>(record->dwTotalBytes, size);
-  return EmptyRead(chunkSize, piRead, piTimeStamp);
+  return CheckIndexedRead(chunkSize, read);
 }
 
-int32_t CAVIFileParser::FindLastPicture() {
+int32_t SplitPictureJoiner::FindLastPicture() {
   // Bytes searched before are searched again only where a start code may have been cut in two.
   ptrdiff_t from = m_nSplitScanned > 3 ? ptrdiff_t{m_nSplitScanned} - 3 : 0;
-  const ByteSpan held{m_pSplitBuf, m_nSplitBufLen};
+  const ByteSpan held{m_pSplitBuf.get(), m_nSplitBufLen};
   ptrdiff_t last = kNotFound;
   for (ptrdiff_t at; (at = FindStartCode(held, kPictureStart, from, m_nSplitBufLen)) != kNotFound; from = at + 1) {
     if (m_nSplitStart < 0) {
@@ -114,9 +109,9 @@ int32_t CAVIFileParser::FindLastPicture() {
   return static_cast<int32_t>(last);
 }
 
-void CAVIFileParser::DropSplitFront(uint32_t count) {
+void SplitPictureJoiner::DropFront(uint32_t count) {
   m_nSplitBufLen -= count;
-  if (m_nSplitBufLen) std::memmove(m_pSplitBuf, m_pSplitBuf + count, m_nSplitBufLen);
+  if (m_nSplitBufLen) std::memmove(m_pSplitBuf.get(), m_pSplitBuf.get() + count, m_nSplitBufLen);
   m_nSplitScanned = 0;
   m_nSplitStart = -1;
 }

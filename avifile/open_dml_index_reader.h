@@ -1,0 +1,39 @@
+#ifndef ZU_AVIFILE_OPEN_DML_INDEX_READER_H_
+#define ZU_AVIFILE_OPEN_DML_INDEX_READER_H_
+
+#include <cstdint>
+
+#include "avifile/file_view.h"
+#include "avifile/movie.h"
+#include "base/bytes.h"
+#include "base/c_heap.h"
+
+/// Reads the index chunks of the OpenDML AVI file format extensions, "indx" and "ix##", for one walk of a file. Owns
+/// the count of the bytes read so far, which bounds what tables that name each other can cost.
+class OpenDmlIndexReader {
+ public:
+  OpenDmlIndexReader(FileView& file, SMovie& movie) : m_File(file), m_Movie(movie) {}
+
+  /// Adds the entries of an index chunk to `pIndex`, or to a new record when that is null. The super index of a video
+  /// stream sets the movie's play time.
+  /// @param offset  position of the chunk's `size` bytes of data, where the file stands.
+  /// @return the record, the caller's again; null when there is none, `pIndex` having been freed.
+  SIndex* ParseChunkNewIdx(long offset, uint32_t size, SIndex* pIndex);
+
+ private:
+  struct SHeader;
+  enum class EResult { kKept, kLost, kNoMemory };
+  bool ReadIndex(long offset, uint32_t size, int level, SIndex** index);
+  EResult ReadChunkIndex(const SHeader& header, long offset, SIndex** index);
+  EResult AddEntries(const SHeader& header, ByteSpan table, SIndex** index);
+  EResult ReadSuperIndex(const SHeader& header, long offset, int level, SIndex** index);
+  EResult ReadChunkIndexes(ByteSpan table, uint64_t fileLength, int level, SIndex** index);
+  void SetPlayTime(ByteSpan superTable);
+  MallocPtr<uint8_t> AllocateTable(const SHeader& header, long offset);
+
+  FileView& m_File;
+  SMovie& m_Movie;
+  uint64_t m_nBytesRead = 0;
+};
+
+#endif  // ZU_AVIFILE_OPEN_DML_INDEX_READER_H_
