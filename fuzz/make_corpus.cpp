@@ -98,6 +98,15 @@ void Built() {
                                              {"none", ""}}) {
     Host(movie(fourcc).Chunk(0, "I").Chunk(0, delta).Chunk(0, delta, false).OldIndex());
   }
+  // Frames that lack what a decoder needs: parameter sets, the VOL header, and a VOP behind a damaged VOL header.
+  Host(movie("H264")
+           .Chunk(0, "\0\0\0\1\x67sps\0\0\0\1\x68pps\0\0\0\1\x65idr")
+           .Chunk(0, "\0\0\0\1\x41p", false)
+           .Chunk(0, "\0\0\0\1\x65idr")
+           .OldIndex());
+  Host(movie().Chunk(0, "\0\0\1\xB6\x10\x60pict").Chunk(0, "\0\0\1\xB6\x50pict", false).OldIndex());
+  Host(movie("DX50").Chunk(0, "\0\0\1\x20\x80vol").Chunk(0, "\0\0\1\x20\x80vol").Chunk(0, "P", false).OldIndex());
+  Host(Frames(movie().Audio(), 3, "I", Bytes(20000, 3)).OldIndex());  // PCM chunks of more than a block
   Host(AviBuilder()
            .Video({.fourcc = "DXSB"})
            .InStream(Chunk("strn", "name"))
