@@ -3,49 +3,81 @@
 
 #include <stdint.h>
 
-/// Values of `TrackInfo::nCodecId`, the host's numbering. 0 is a codec without a number.
+/// Values of `TrackInfo::nCodecId`, the host's numbering. They come from the format in the stream's header: the FourCC
+/// of a video stream, the WAVEFORMATEX tag or the sub-format GUID of an audio stream. What the units hold is not looked
+/// at, but for telling E-AC-3 from AC-3.
 enum : uint32_t {
+  /// A codec that the host has no number for, such as Vorbis. Its units can be pulled all the same.
   AVI_CODEC_NONE = 0,
-  // Video. 100 is an unknown codec on a video track and a subtitle on a text track.
+
+  // Video. A unit is one chunk of the file, normally one picture, unless said otherwise.
+
+  /// A video FourCC that the parser does not know. Text tracks have the same number: nTrackType tells them apart.
   AVI_CODEC_UNKNOWN_VIDEO = 100,
+  /// Bitmap subtitles, DXSB and DXSA; one unit is one picture with its times.
   AVI_CODEC_TEXT = 100,
+  /// MPEG-1 and MPEG-2 video, ISO/IEC 11172-2 and 13818-2. Pictures that the file cut anywhere are joined again.
   AVI_CODEC_MPEG12 = 101,
+  /// MPEG-4 part 2, ISO/IEC 14496-2, as most of its FourCCs mean it; MP4V, DIVX, DIVX5, DXMF and XVID are the same
+  /// bitstream under their writers' FourCCs.
   AVI_CODEC_MPEG4 = 102,
+  /// ITU-T H.263. After Open and a seek up to 11 pictures in front of an intra picture are skipped.
   AVI_CODEC_H263 = 103,
+  /// ITU-T H.264 with the start codes of annex B, whatever the file has.
   AVI_CODEC_H264 = 104,
   AVI_CODEC_WMV1 = 106,
   AVI_CODEC_WMV2 = 107,
+  /// SMPTE 421M, simple and main profile.
   AVI_CODEC_WMV3 = 108,
+  /// SMPTE 421M, advanced profile.
   AVI_CODEC_VC1 = 109,
+  /// This and the next are not ISO/IEC 14496-2, whatever the name says; nor is DIVX3.
   AVI_CODEC_MP43 = 111,
   AVI_CODEC_MP42 = 112,
+  /// Every unit is a JPEG image, ITU-T T.81, perhaps without its Huffman tables.
   AVI_CODEC_MJPEG = 114,
   AVI_CODEC_VP6 = 115,
   AVI_CODEC_VP7 = 116,
+  /// RFC 6386.
   AVI_CODEC_VP8 = 117,
   AVI_CODEC_DIVX3 = 118,
   AVI_CODEC_MP4V = 120,
+  /// After Open and a seek up to 11 frames in front of an intra frame are skipped.
   AVI_CODEC_THEORA = 121,
   AVI_CODEC_DIVX = 123,
   AVI_CODEC_DIVX5 = 124,
   AVI_CODEC_DXMF = 125,
   AVI_CODEC_XVID = 126,
   AVI_CODEC_VP9 = 128,
-  // Audio.
-  AVI_CODEC_AUDIO_DISABLED = 200,  // PCM with impossible parameters: the track is kept, nothing can play it
+
+  // Audio. "Re-cut" sound comes in frames or blocks of the parser's making, other sound chunk by chunk.
+
+  /// PCM whose byte rate is below its sample rate, which cannot be. The track is kept, nothing can play it.
+  AVI_CODEC_AUDIO_DISABLED = 200,
+  /// ISO/IEC 14496-3. The AudioSpecificConfig, if the file has one, comes from GetAudioConfig.
   AVI_CODEC_AAC = 201,
+  /// Layer III of ISO/IEC 11172-3 and 13818-3. Re-cut to frames. GetAudioConfig has nothing and answers AVI_ERROR.
   AVI_CODEC_MP3 = 202,
+  /// ATSC A/52. Re-cut to frames. GetAudioConfig answers 0, normally with 0 bytes. Either byte order.
   AVI_CODEC_AC3 = 203,
+  /// ATSC A/52 annex E, found by the bsid of the track's first frame. Else as AC-3.
   AVI_CODEC_EAC3 = 204,
   AVI_CODEC_DTS = 205,
+  /// Little-endian PCM; 8 bits are unsigned. Re-cut to blocks. 24 bits arrive as 16. Unknown format tags are tried as
+  /// PCM too.
   AVI_CODEC_PCM = 206,
   AVI_CODEC_WMA1 = 210,
   AVI_CODEC_WMA2 = 211,
+  /// Reserved by the host; no file gets it.
   AVI_CODEC_AUDIO_215 = 215,
+  /// Tags 0x0002, 0x0010, 0x0011 and 0x0012. Which one is in the WAVEFORMATEX that GetAudioConfig gives.
   AVI_CODEC_ADPCM = 218,
+  /// Layer II of ISO/IEC 11172-3 and 13818-3, else as MP3. Layer I is not found.
   AVI_CODEC_MP2 = 219,
+  /// ITU-T G.711. A-law comes chunk by chunk, mu-law in blocks as PCM does.
   AVI_CODEC_ALAW = 220,
   AVI_CODEC_MULAW = 221,
+  /// Tag 0x0045.
   AVI_CODEC_AUDIO_0045 = 222,
 };
 

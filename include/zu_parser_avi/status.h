@@ -3,28 +3,48 @@
 
 #include <stdint.h>
 
-// Results of the parser's own operations and of the host's byte source. C++11, no dependencies.
+// Results of the parser's operations and of the host's byte source. C++11, no dependencies.
+//
+//   who answers               values
+//   IParser::Open             AVI_OK, AVI_OPEN_FAILED
+//   IParser::Get...Data       AVI_OK, AVI_END_OF_STREAM, AVI_IO_ERROR, AVI_OUT_OF_MEMORY, AVI_TOO_MANY_EMPTY_CHUNKS
+//   IParser::GetAudioConfig   AVI_OK, AVI_ERROR
+//   IDataSource::ReadAt       0 or more, AVI_SOURCE_WOULD_BLOCK, any other negative value
+//
+// Every other operation answers 0 whatever happened.
 
-/// Success.
+/// Success. A data operation may give it with a length of 0: nothing yet, ask again (see IParser).
 constexpr int AVI_OK = 0;
-/// The end of a stream, a chunk larger than the caller's buffer, or configuration that is not available.
+
+/// 0x80000000 as the host sees it: the selected audio track has no configuration, or one above the buffer. Inside the
+/// parser also the end of a stream, and a chunk larger than the buffer; those reach a host as AVI_END_OF_STREAM.
 constexpr int AVI_ERROR = INT32_MIN;
-/// The source would block; nothing was consumed, call again. Never reaches the host.
+
+/// The source would block; nothing was consumed. Internal: the host gets AVI_OK with a length of 0 instead.
 constexpr int AVI_EAGAIN = 11;
-/// The source failed to deliver bytes.
+
+/// The source refused a read, whatever negative status it gave. With an index the unit is not consumed: the next call
+/// reads it again. Without one the position may be lost, and the track then ends.
 constexpr int AVI_IO_ERROR = -1004;
-/// A stream without an index holds too many empty chunks in a row.
+
+/// A stream without an index has 1000 chunks of size 0 in a row. There is nothing to wait for: treat it as the end.
 constexpr int AVI_TOO_MANY_EMPTY_CHUNKS = -1007;
-/// A buffer that the operation cannot do without could not be allocated.
+
+/// A buffer that the track cannot do without could not be allocated. Re-cut sound (MPEG audio, AC-3, E-AC-3, PCM,
+/// mu-law) gets its buffer in Open and stays silent; MPEG-1/2 video tries again with every call. Other tracks play.
 constexpr int AVI_OUT_OF_MEMORY = -1009;
-/// The end: of a track towards the host, of the data from `IDataSource::ReadAt`.
+
+/// Towards the host: the end of a track, or a unit above the host's buffer, which looks the same.
+/// From `IDataSource::ReadAt`: no more data. It counts as a failed read there, not as an orderly end.
 constexpr int AVI_END_OF_STREAM = -1011;
-/// `IDataSource::ReadAt` would block.
+
+/// `IDataSource::ReadAt` has nothing yet and does not want to wait.
 constexpr int AVI_SOURCE_WOULD_BLOCK = -11;
-/// The container could not be opened.
+
+/// The container could not be opened. What may follow is said at `IParser::Open`.
 constexpr int AVI_OPEN_FAILED = -1;
 
-/// Length and time that inner readers report at the end of a stream.
+/// The time that comes with AVI_END_OF_STREAM; real times end one below. Inner readers report it as a length too.
 constexpr uint32_t AVI_END_MARK = 0xFFFFFFFFu;
 
 #endif  // ZU_PARSER_AVI_STATUS_H_

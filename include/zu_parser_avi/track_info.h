@@ -4,40 +4,59 @@
 #include <stddef.h>
 #include <stdint.h>
 
-/// Values of `TrackInfo::nTrackType`. A stream that the parser cannot describe keeps 0.
+/// Values of `TrackInfo::nTrackType`, which tells the member of the union that counts.
+///   AVI_TRACK_NONE   a stream that is neither video nor audio; the whole record is 0.
+///   AVI_TRACK_VIDEO  `video`. Only one is delivered, as IParser::GetVideoData says; others are only described.
+///   AVI_TRACK_AUDIO  `audio`.
+///   AVI_TRACK_TEXT   `text`: a video stream by its header that carries bitmap subtitles.
 enum : uint32_t { AVI_TRACK_NONE = 0, AVI_TRACK_VIDEO = 1, AVI_TRACK_AUDIO = 2, AVI_TRACK_TEXT = 3 };
 
-/// What the host reads about one track: 192 bytes, little-endian, laid out for the host. Pointers belong to the parser
-/// and stay valid until `IParser::Close`.
+/// What the host reads about one track: 192 bytes, in the machine's byte order, laid out for the host.
+///
+/// Records and what they point to belong to the parser and stay valid until `IParser::Close` or the next
+/// `IParser::Open`. The parser reads them while it plays: do not write to them. Every number is what the file declares,
+/// none has been tested against the data, and each can be 0.
 struct TrackInfo {
   uint32_t nTrackType;  ///< AVI_TRACK_...
   uint32_t nCodecId;    ///< AVI_CODEC_...
+
   struct Video {
-    uint32_t nWidth;   ///< pixels, 0 to 65535
-    uint32_t nHeight;  ///< pixels, 0 to 65535
-    uint32_t nUnused;
-    uint32_t nFrameRate;  ///< whole frames per second, rounded down
-    uint32_t bSeekable;   ///< 1 when the file has an index
+    uint32_t nWidth;      ///< pixels, 0 to 65535: the low half of biWidth
+    uint32_t nHeight;     ///< pixels, 0 to 65535: the low half of biHeight, of a negative (top-down) one too
+    uint32_t nUnused;     ///< 0
+    uint32_t nFrameRate;  ///< whole frames per second, rounded down: 29 for 29.97. Take times from the units
+    /// 1 when the file has an index that could be read, of all tracks; 0: only a seek to 0 moves anything.
+    uint32_t bSeekable;
   };
+
+  /// The fields of the file's WAVEFORMATEX.
   struct Audio {
-    uint32_t nChannels;
-    uint32_t nSampleRate;     ///< Hz
-    uint32_t nBitsPerSample;  ///< as declared by the file, 0 for most compressed formats
-    uint32_t nBitRate;        ///< bit/s
-    uint8_t unused24[8];
-    uint16_t nBlockAlign;  ///< bytes
-    uint16_t nExtraSize;   ///< bytes at pExtraData
-    uint8_t unused36[4];
-    const uint8_t* pExtraData;  ///< what follows the WAVEFORMATEX in the file; null when there is none
-    uint8_t unused48[16];
-    uint32_t bSeekable;  ///< 1 when the file has an index
+    uint32_t nChannels;    ///< 0 to 65535
+    uint32_t nSampleRate;  ///< Hz
+    /// As declared, for WAVEFORMATEXTENSIBLE its valid bits; 0 for most compressed formats. PCM that says 24 here
+    /// arrives as 16 bits all the same: set up the output with 16.
+    uint32_t nBitsPerSample;
+    uint32_t nBitRate;     ///< bit/s, nAvgBytesPerSec times 8, at most 0xFFFFFFFF; a mean or a guess for VBR
+    uint8_t unused24[8];   ///< 0
+    uint16_t nBlockAlign;  ///< bytes of one block; that of the file's samples, so 3 per channel for 24-bit PCM
+    uint16_t nExtraSize;   ///< bytes at pExtraData: cbSize, cut to what the file has
+    uint8_t unused36[4];   ///< 0
+    /// What stands behind the 18 bytes of the WAVEFORMATEX; null when nExtraSize is 0. GetAudioConfig copies it out.
+    const uint8_t* pExtraData;
+    uint8_t unused48[16];  ///< 0
+    uint32_t bSeekable;    ///< as in Video
   };
+
   struct Text {
-    uint32_t bSubtitle;         ///< 1 when the file has bitmap subtitles
-    uint32_t bSubtitleAlpha;    ///< 1 when they carry an alpha channel
-    const char* pSubtitleName;  ///< null when the stream has no name
-    uint32_t bSeekable;         ///< 1 when the file has an index
+    /// 1 when the file goes with bitmap subtitles: one of its video streams is of the DIVX, DIVX3, DIVX5 or DXMF class.
+    uint32_t bSubtitle;
+    uint32_t bSubtitleAlpha;  ///< 1 when bSubtitle is and the file has a stream DXSA, with an alpha channel
+    /// Null: Open does not read names. A host that shows one should be ready for a zero-terminated text of the file's.
+    const char* pSubtitleName;
+    uint32_t bSeekable;  ///< as in Video; yet seeks move no text track
   };
+
+  /// nTrackType tells which one. Unused bytes are 0.
   union {
     Video video;
     Audio audio;
@@ -46,6 +65,7 @@ struct TrackInfo {
   };
 };
 
+// The host was compiled against these positions.
 #define AVI_AT(field, pos) static_assert(offsetof(TrackInfo, field) == pos, #field)
 static_assert(sizeof(TrackInfo) == 192 && alignof(TrackInfo) == 8, "track record");
 AVI_AT(nTrackType, 0);
