@@ -198,7 +198,7 @@ class IParser {
   virtual int ParseIndexData(unsigned long long) { return 0; }
 
   /// Time in milliseconds of the first video key frame at or behind `timeMs`. Moves nothing, reads nothing.
-  /// 0 when none follows and without an index. A trailing subtitle stream counts as video here, and the last counts.
+  /// 0 when none follows and without an index. Of several video streams, subtitles among them, the last one decides.
   virtual unsigned int GetNextVideoKeyFrameTime(unsigned long timeMs) = 0;
 
   // --- Ending ---
