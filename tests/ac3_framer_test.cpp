@@ -2,7 +2,6 @@
 
 #include "tests/support/elementary.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/sources.h"
 
 namespace {
 
@@ -23,16 +22,15 @@ TEST(Ac3Framer, FramesComeWholeHoweverTheyAreCutIntoChunks) {
   ExpectEveryFrame(Coded(0x2000, 48000, 72000), 32, {{largeEac3, 2306}}, "2221222");
 }
 
-TEST(Ac3Framer, EverySizeCodeIsKnownAtEachRate) {
-  const size_t kKbps[] = {32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384, 448, 512, 576, 640};
-  const size_t kWords44[] = {69,  87,  104, 121, 139, 174, 208,  243,  278, 348,
-                             417, 487, 557, 696, 835, 975, 1114, 1253, 1393};
-  for (uint8_t code = 0; code < 38; ++code) {
-    const size_t sizes[] = {4 * kKbps[code / 2], 2 * (kWords44[code / 2] + code % 2), 6 * kKbps[code / 2]};
-    for (uint8_t rate = 0; rate < 3; ++rate) {
-      const Bytes f = Frame({0x0B, 0x77, 0, 0, static_cast<uint8_t>(rate << 6 | code), 0x40}, sizes[rate], 1);
-      EXPECT_EQ(PlayChunks({f, f}), (Units{{f, 0}, {f, static_cast<uint32_t>(sizes[rate] / 8)}})) << int{code};
-    }
+TEST(Ac3Framer, TheSizeAndRateCodesTellAFramesSize) {
+  const struct {
+    uint8_t code;  // of size, and in the two upper bits of the rate
+    size_t size;
+  } kRows[] = {{.code = 0x00, .size = 128},  {.code = 0x25, .size = 2560}, {.code = 0x40, .size = 138},
+               {.code = 0x5B, .size = 1394}, {.code = 0x65, .size = 2788}, {.code = 0xA5, .size = 3840}};
+  for (const auto& row : kRows) {
+    const Bytes f = Frame({0x0B, 0x77, 0, 0, row.code, 0x40}, row.size, 1);
+    EXPECT_EQ(PlayChunks({f, f}), (Units{{f, 0}, {f, static_cast<uint32_t>(row.size / 8)}})) << int{row.code};
   }
 }
 
@@ -77,34 +75,16 @@ TEST(Ac3Framer, AnEac3FramesSizeIsReadAtTheFrontAndItsBitRateServesOneRead) {
 TEST(Ac3Framer, ChunksAndBuffersMayBeSmall) {
   const Bytes stream = Join({F(0), F(1), F(2)});
   EXPECT_EQ(PlayChunks(Cut(stream, 7)), (Units{{F(0), 63}, {F(1), 95}}));
-  for (size_t size : {1u, 4u}) EXPECT_EQ(PlayChunks(Cut(stream, size)), Units());
-  MemorySource source(AudioFile(kFormat, Cut(stream, 100)));
-  OpenedParser parser(&source);
-  EXPECT_EQ(Pull(parser, AVI_TRACK_AUDIO, 200), Unit(Head(F(0), 200), 62));
-  EXPECT_EQ(Pull(parser, AVI_TRACK_AUDIO, 256), Unit(F(1), 94));
-  parser->Seek(0, AVI_TRACK_AUDIO, 0);
-  EXPECT_EQ(Pull(parser, AVI_TRACK_AUDIO), Unit(F(0), 62));
+  for (size_t size : {1u, 4u}) EXPECT_EQ(PlayChunks(Cut(stream, size)), Units()) << size;
+  Host host(AudioFile(kFormat, Cut(stream, 100)));
+  EXPECT_EQ(host.Audio(200), Unit(Head(F(0), 200), 62));
+  EXPECT_EQ(host.Audio(256), Unit(F(1), 94));
+  host->Seek(0, AVI_TRACK_AUDIO, 0);
+  EXPECT_EQ(host.Audio(), Unit(F(0), 62));
   // A variable rate does not keep AC-3 from being read ahead.
   const auto vbr =
       AudioFile(Coded(0x2000, 48000, 0), {Head(stream, 300), F(2), F(3)}, StreamHeader{.scale = 1536, .rate = 48000});
-  EXPECT_EQ(Play(vbr)[0], Unit(F(0), 32));
-}
-
-TEST(Ac3Framer, TheFirstChunkTellsEac3FromAc3) {
-  const auto codecOf = [](const Bytes& chunk) {
-    MemorySource source(AviBuilder().Audio().Audio(kFormat).Chunk(0, F(0)).Chunk(1, chunk).Chunk(1, kEac3).Build());
-    return OpenedParser(&source)->GetTrackInfo(1)->nCodecId;
-  };
-  LogCapture log;
-  EXPECT_EQ(codecOf(F(0)), 203u);
-  for (size_t at : {0u, 4u, 10u, 11u, 12u}) EXPECT_EQ(codecOf(Join({Stray(at), kEac3, Stray(9)})), 204u) << at;
-  EXPECT_EQ(codecOf(Join({Stray(20), "\x77\x0B\0\0\0\x80", Stray(9)})), 204u);
-  EXPECT_EQ(codecOf(Join({Stray(20), "\x0B\x77\0\0\x80\x78", Stray(9)})), 203u);
-  EXPECT_EQ(codecOf({}), 204u);  // the first chunk that holds something
-  EXPECT_EQ(log.Count("CheckIsEAC3: can not find syncword - [1651978544][60]"), 0u);
-  EXPECT_EQ(codecOf(Join({Stray(2), kEac3, Stray(52)})), 203u);  // between what is compared and what is searched
-  EXPECT_EQ(log.Count("CheckIsEAC3: can not find syncword - [1651978544][60]"), 1u);
-  EXPECT_EQ(log.Count("MapTrackInfos: checking EAC3 logic fail - but processing as AC3 [-2147483648]"), 1u);
+  EXPECT_EQ(Play(vbr).at(0), Unit(F(0), 32));
 }
 
 }  // namespace

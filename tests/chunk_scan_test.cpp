@@ -1,8 +1,6 @@
 // Reading chunks of files that have no index.
-#include <fstream>
-#include <iterator>
-
-#include "tests/support/container.h"
+#include "tests/support/core_file.h"
+#include "tests/support/log_capture.h"
 
 namespace {
 
@@ -17,7 +15,7 @@ AviFile ThreeStreams() {
 }
 
 // A stream's first chunk has an id that fits its kind; for the later ones the number is enough.
-void ExpectThreeStreams(Container& movie) {
+void ExpectThreeStreams(CoreFile& movie) {
   EXPECT_EQ((Units{movie.FirstAudio(1), movie.Data(0), movie.Data(0, 2), movie.Data(0, 3), movie.FirstAudio(1)}),
             (Units{Unit("a0!", 0), Got("v0"), NoMore(), Got("v1!"), Unit("a1", 3)}));
   EXPECT_EQ((Units{movie.Video(0), movie.Data(0), movie.Data(0), movie.Data(0), movie.Audio(1), movie.Audio(1)}),
@@ -27,7 +25,7 @@ void ExpectThreeStreams(Container& movie) {
 TEST(ChunkScan, FindsChunksInListsAndLaterGroups) {
   const AviFile file = ThreeStreams();
   LogCapture log;
-  Container movie(file);
+  CoreFile movie(file);
   ExpectThreeStreams(movie);
   EXPECT_EQ(log.Count(" GetNextData : AVI_ERROR nRead = 0"), 4u);
   EXPECT_EQ((Units{movie.Data(2), movie.Data(2), movie.FirstAudio(2)}), Units(3, NoMore()));  // text is not looked for
@@ -45,43 +43,57 @@ TEST(ChunkScan, FindsChunksInListsAndLaterGroups) {
 TEST(ChunkScan, ASourceOfUnknownLengthIsReadToTheEndOfItsGroup) {
   SparseSource source(ThreeStreams());
   source.Stream();
-  Container movie(source);
+  CoreFile movie(source);
   EXPECT_EQ((Units{movie.FirstAudio(1), movie.Data(0), movie.Data(0), movie.Data(0), movie.Audio(1)}),
             (Units{Unit("a0!", 0), Got("v0"), NoMore(), NoMore(), NoMore()}));
 }
 
 TEST(ChunkScan, AThousandEmptyChunksAreTooMany) {
-  for (const auto& [before, between, found] : {std::tuple(999, 999, 2), {0, 1000, 1}, {1000, 0, 0}}) {
+  const struct {
+    int before, between;  // empty chunks
+    Units found;
+    int first;  // status of the search for the first chunk
+  } kRows[] = {{.before = 999, .between = 999, .found = {Got("v0"), Got("v1!!")}, .first = 0},
+               {.before = 0, .between = 1000, .found = {Got("v0")}, .first = 0},
+               {.before = 1000, .between = 0, .found = {}, .first = INT32_MIN}};
+  for (const auto& row : kRows) {
     AviBuilder builder;
     builder.Video().Audio();
-    for (int i = 0; i < before; ++i) builder.RawChunk("01wb", "");
+    for (int i = 0; i < row.before; ++i) builder.RawChunk("01wb", "");
     builder.RawChunk("00dc", "v0");
-    for (int i = 0; i < between; ++i) builder.RawChunk("00dc", "");
-    Container movie(builder.RawChunk("00dc", "v1!!").Build());
-    EXPECT_EQ(std::ssize(movie.Rest(0)), found);
+    for (int i = 0; i < row.between; ++i) builder.RawChunk("00dc", "");
+    CoreFile movie(builder.RawChunk("00dc", "v1!!").Build());
+    EXPECT_EQ(movie.Rest(0), row.found) << row.before << " before, " << row.between << " between";
     long track = 9;
-    EXPECT_EQ(movie->FindFirstTrackData(0, &track), before < 1000 ? 0 : INT32_MIN);
+    EXPECT_EQ(movie->FindFirstTrackData(0, &track), row.first) << row.before << " before";
   }
 }
 
 TEST(ChunkScan, ATruncatedFileGivesWhatIsThere) {
   const AviFile file = AviBuilder().Video().RawChunk("00dc", "v0!!").RawChunk("00dc", "ABCDEFG").Build();
   // Less than four bytes behind the eight of a header are not seen.
-  for (const auto& [cut, last] : {std::pair(16u, "ABCDEFG"), {15, "ABCDEFG"}, {13, "ABCDE"}, {12, "ABCD"}, {11, ""}}) {
-    Container movie{MemorySource(Head(file, file.chunks[1] + cut))};
-    EXPECT_EQ(movie.Rest(0), *last ? (Units{Got("v0!!"), Got(std::string(last))}) : Units{Got("v0!!")}) << cut;
+  const struct {
+    size_t left;  // of the second chunk, with its header
+    Units units;
+  } kRows[] = {{.left = 16, .units = {Got("v0!!"), Got("ABCDEFG")}},
+               {.left = 15, .units = {Got("v0!!"), Got("ABCDEFG")}},
+               {.left = 13, .units = {Got("v0!!"), Got("ABCDE")}},
+               {.left = 12, .units = {Got("v0!!"), Got("ABCD")}},
+               {.left = 11, .units = {Got("v0!!")}}};
+  for (const auto& row : kRows) {
+    EXPECT_EQ(CoreFile(Head(file, file.chunks[1] + row.left)).Rest(0), row.units) << row.left << " bytes left";
   }
 }
 
 TEST(ChunkScan, ABlockedSourceIsAskedAgain) {
-  Container movie(AviBuilder().Video().Audio().RawChunk("01wb", "a0!").RawChunk("01wb", "a1!!").Build());
+  CoreFile movie(AviBuilder().Video().Audio().RawChunk("01wb", "a0!").RawChunk("01wb", "a1!!").Build());
   movie.faulty.Arm({.status = -11});
   EXPECT_EQ((Units{movie.FirstAudio(1), movie.Data(1)}), (Units{Unit("", 0, 11), Unit("", kKept, 11)}));
   movie.faulty.Arm({.last = 0, .status = -5});  // the first search fails; the read itself makes another
   EXPECT_EQ(movie.FirstAudio(1), Unit("a0!", 0));
   for (const size_t nth : {0u, 1u}) {  // header, payload
     movie.faulty.Arm({.first = nth, .last = nth, .status = -11});
-    EXPECT_EQ(movie.Data(1), Unit("", kKept, 11));
+    EXPECT_EQ(movie.Data(1), Unit("", kKept, 11)) << "read " << nth;
   }
   EXPECT_EQ(movie.Data(1), Got("a1!!"));
   movie->SetStartTime(0, nullptr, 0);
@@ -92,13 +104,12 @@ TEST(ChunkScan, ABlockedSourceIsAskedAgain) {
 TEST(ChunkScan, GivesTheSameUnitsAsTheIndex) {
   for (const std::string name : {"audio-only", "eac3", "h264-ac3", "mjpeg-pcm24", "mpeg2-mp2", "mpeg4-bframes-mp3",
                                  "mulaw", "two-audio", "video-only", "xvid-pcm"}) {
-    std::ifstream in(ZU_SAMPLES_DIR "/" + name + ".avi", std::ios::binary);
-    AviFile file{Bytes(std::istreambuf_iterator<char>(in), {}), {}, 0, {}};
-    Container indexed(file), plain(file.Put(file.Find("idx1"), "JUNK"));
+    AviFile file = LoadSample(ZU_SAMPLES_DIR "/" + name + ".avi");
+    CoreFile indexed(file), plain(file.Put(file.Find("idx1"), "JUNK"));
     for (int stream = 0; stream < indexed->GetStreamNum(); ++stream) {
       Units units = indexed.Rest(stream, 1 << 20);
       std::erase(units, Got(""));  // empty chunks have entries
-      EXPECT_GT(units.size(), 10u);
+      EXPECT_GT(units.size(), 10u) << name << " " << stream;
       EXPECT_EQ(plain.Rest(stream, 1 << 20), units) << name << " " << stream;
     }
   }

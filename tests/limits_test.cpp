@@ -1,14 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "tests/support/avi_builder.h"
 #include "tests/support/heap_watch.h"
 #include "tests/support/host.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/sources.h"
 
 // What an open may cost, whatever a file claims: memory and reads, and the bounds one below and one above.
 
@@ -23,12 +20,10 @@ struct Cost {
 
 Cost OpenCost(SparseSource source) {
   const LogCapture silence("0");
-  std::unique_ptr<IParser, void (*)(IParser*)> parser(createParser(), destroyParser);
   const long before = HeapWatch::StartPeak();
-  const int open = parser->Open(&source);
-  const Cost cost{open, parser->GetTrackCount(), static_cast<size_t>(HeapWatch::Peak() - before), source.reads.size()};
-  parser->Close();
-  return cost;
+  const Host host(std::move(source), {.open = {}});
+  const size_t peak = static_cast<size_t>(HeapWatch::Peak() - before);
+  return {host.opened, host->GetTrackCount(), peak, host.source.reads.size()};
 }
 
 Bytes Repeat(const Bytes& unit, size_t times) {

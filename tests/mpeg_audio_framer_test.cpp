@@ -2,7 +2,6 @@
 
 #include "tests/support/elementary.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/sources.h"
 
 namespace {
 
@@ -28,10 +27,9 @@ TEST(MpegAudioFramer, ChunksAndBuffersMayBeSmall) {
   const Bytes stream = Join({F(0), F(1), F(2)});
   EXPECT_EQ(PlayChunks(Cut(stream, 7)), (Units{{F(0), 52}, {F(1), 78}}));
   for (size_t size : {1u, 4u}) EXPECT_EQ(PlayChunks(Cut(stream, size)), Units());  // no header is found in so little
-  MemorySource source(AudioFile(kFormat, Cut(stream, 100)));
-  OpenedParser parser(&source);
-  EXPECT_EQ(Pull(parser, AVI_TRACK_AUDIO, 300), Unit(Head(F(0), 300), 50));  // the rest is dropped
-  EXPECT_EQ(Pull(parser, AVI_TRACK_AUDIO, 417), Unit(F(1), 76));
+  Host host(AudioFile(kFormat, Cut(stream, 100)));
+  EXPECT_EQ(host.Audio(300), Unit(Head(F(0), 300), 50));  // the rest is dropped
+  EXPECT_EQ(host.Audio(417), Unit(F(1), 76));
 }
 
 TEST(MpegAudioFramer, AChunkWithinAByteOfAFrameIsPassedOnAsItStands) {
@@ -103,21 +101,28 @@ TEST(MpegAudioFramer, AnUnevenBitRateOrAXingTagMakesATrackVariable) {
     const StreamHeader header = {.scale = 1000, .rate = 38281, .sampleSize = sampleSize};
     return Play(AudioFile(kFormat, {Join({first, F(1)}), F(2), F(3)}, header)).at(0).timeMs;
   };
-  for (const Bytes& first : {F(0), tagged(0, 21), tagged(0xC0, 36)}) EXPECT_EQ(firstTime(first, 0), 52u);
-  for (const Bytes& first : {G(0), tagged(0, 36), tagged(0xC0, 21)}) EXPECT_EQ(firstTime(first, 0), 0u);
-  EXPECT_EQ(firstTime(G(0), 1), 58u);
-  EXPECT_EQ(firstTime(tagged(0, 36), 1), 0u);
+  const struct {
+    const char* name;
+    Bytes first;
+    uint32_t sampleSize = 0, ms;
+  } kRows[] = {{.name = "even", .first = F(0), .ms = 52},
+               {.name = "stereo, mono's tag", .first = tagged(0, 21), .ms = 52},
+               {.name = "mono, stereo's tag", .first = tagged(0xC0, 36), .ms = 52},
+               {.name = "uneven", .first = G(0), .ms = 0},
+               {.name = "stereo, tagged", .first = tagged(0, 36), .ms = 0},
+               {.name = "mono, tagged", .first = tagged(0xC0, 21), .ms = 0},
+               {.name = "uneven, with samples", .first = G(0), .sampleSize = 1, .ms = 58},
+               {.name = "tagged, with samples", .first = tagged(0, 36), .sampleSize = 1, .ms = 0}};
+  for (const auto& row : kRows) EXPECT_EQ(firstTime(row.first, row.sampleSize), row.ms) << row.name;
 }
 
 TEST(MpegAudioFramer, ASourceThatWouldBlockCostsNothing) {
   for (const auto& chunks : {Cut(Join({F(0), F(1), F(2)}), 100), std::vector{F(0), F(1), F(2), F(3)}}) {
-    MemorySource memory(AudioFile(kFormat, chunks));
-    FaultySource source(memory);
-    OpenedParser parser(&source);
+    Host host(AudioFile(kFormat, chunks));
     Units units;
     for (int i = 0; i < 20; ++i) {
-      source.Arm(i % 2 ? Fault{.first = SIZE_MAX} : Fault{.status = -11});
-      if (const Unit unit = Pull(parser, AVI_TRACK_AUDIO); !unit.data.empty()) units.push_back(unit);
+      host.faulty.Arm(i % 2 ? kNoFault : Fault{.status = -11});
+      if (const Unit unit = host.Audio(); !unit.data.empty()) units.push_back(unit);
     }
     EXPECT_EQ(units, PlayChunks(chunks));
   }
@@ -126,12 +131,11 @@ TEST(MpegAudioFramer, ASourceThatWouldBlockCostsNothing) {
 TEST(MpegAudioFramer, ASeekBeginsWithAWholeFrame) {
   Bytes stream;
   for (uint32_t n = 0; n < 30; ++n) Append(stream, F(n));
-  MemorySource source(AudioFile(kFormat, Cut(stream, 1000)));
-  OpenedParser parser(&source);
-  EXPECT_EQ(Pull(parser, AVI_TRACK_AUDIO), Unit(F(0), 0));
-  parser->Seek(500, AVI_TRACK_AUDIO, 0);  // to the eighth chunk, 89 bytes before frame 17
-  EXPECT_EQ(Pull(parser, AVI_TRACK_AUDIO), Unit(F(17), 437));
-  EXPECT_EQ(Pull(parser, AVI_TRACK_AUDIO), Unit(F(18), 463));
+  Host host(AudioFile(kFormat, Cut(stream, 1000)));
+  EXPECT_EQ(host.Audio(), Unit(F(0), 0));
+  host->Seek(500, AVI_TRACK_AUDIO, 0);  // to the eighth chunk, 89 bytes before frame 17
+  EXPECT_EQ(host.Audio(), Unit(F(17), 437));
+  EXPECT_EQ(host.Audio(), Unit(F(18), 463));
 }
 
 }  // namespace

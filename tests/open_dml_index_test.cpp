@@ -1,7 +1,8 @@
 #include <gtest/gtest.h>
 
+#include "tests/support/core_file.h"
 #include "tests/support/host.h"
-#include "tests/support/parsed_file.h"
+#include "tests/support/log_capture.h"
 
 namespace {
 
@@ -23,58 +24,76 @@ TEST(OpenDmlIndex, JoinsTheChunkIndexesOfAllGroupsBeyond4GiB) {
     AviBuilder movie = AviBuilder().Video().Audio({.blockAlign = 1}, StreamHeader{.rate = 50, .sampleSize = 1});
     movie.Chunk(0, "I0").Chunk(1, "a0").Chunk(0, "P1", false).Chunk(0, "I2").ChunkIndex(0, field).ChunkIndex(1);
     movie.NextRiff().Chunk(0, "P3", false).ChunkIndex(0, field);
-    SparseSource source(movie.NextRiff(0x123456789A).Chunk(1, "a1").Chunk(0, "I4").ChunkIndex(0).ChunkIndex(1).Build());
-    OpenedParser parser(&source);
+    movie.NextRiff(0x123456789A).Chunk(1, "a1").Chunk(0, "I4").ChunkIndex(0).ChunkIndex(1);
+    SCOPED_TRACE(field);
+    Host host(movie.Build());
     unsigned long ms = 0;
-    parser->GetDurationMs(&ms);
+    host->GetDurationMs(&ms);
     EXPECT_EQ(ms, 200u);  // of the video's index alone
-    EXPECT_EQ(DrainVideo(parser).units,
-              (std::vector<Unit>{{"I0", 0}, {"P1", 40}, {"I2", 80}, {"P3", 120}, {"I4", 160}}));
-    parser->Seek(160, 1, 0);
-    EXPECT_EQ(DrainVideo(parser).units, (std::vector<Unit>{{"I4", 160}}));
-    Bytes sound;
-    for (const Unit& unit : DrainAudio(parser).units) Append(sound, unit.data);
-    EXPECT_EQ(sound, Data("a0a1").bytes);
+    EXPECT_EQ(host.Rest(AVI_TRACK_VIDEO), (Units{{"I0", 0}, {"P1", 40}, {"I2", 80}, {"P3", 120}, {"I4", 160}}));
+    host->Seek(160, AVI_TRACK_VIDEO, 0);
+    EXPECT_EQ(host.Rest(AVI_TRACK_VIDEO), (Units{{"I4", 160}}));
+    EXPECT_EQ(host.Rest(AVI_TRACK_AUDIO), (Units{{"a0", 0}, {"a1", 0}}));
   }
 }
 
 TEST(OpenDmlIndex, AnIndexChunkIsTakenAsItSaysOrNotAtAll) {
   const Entries two = {{1008, 5}, {1020, 0x80001000}}, old = {{0xFFFFFFF0, 7}};
-  const auto expect = [&](const Bytes& indx, const Entries& entries, const std::string& lines, Fault fault = {}) {
-    AviBuilder movie = AviBuilder().Video().InStream(Chunk("indx", indx)).IndexEntry("00dc", 16, 0xFFFFFFF0, 7);
-    MemorySource source(movie.OldIndex().Build());
-    fault.last = fault.first;
-    FaultySource faulty(source, fault);
-    ParsedFile file(faulty);
-    EXPECT_EQ(file.Index(0), entries);
-    EXPECT_EQ(file->GetIndexType(), entries == old ? 1u : 2u);
-    EXPECT_EQ(file->GetStream(0)->pIndex->dwMaxChunkSize, entries == two ? 4096u : entries == old ? 7u : 5u);
-    const std::string ignored = "E INFO! ParseChunk() 'idx1' not parsed(new index already parsed)|";
-    EXPECT_EQ(Logged(file.log), lines + (entries == old ? kFailed : ignored));
-  };
   const Bytes standard = Join({Le32(8), Le32(5), Le32(20), Le32(0x80001000)});
   const Bytes fields = Join({Le32(8), Le32(5), Le32(9), Le32(20), Le32(0x80001000), Le32(21)});
   const std::string width = "E ERROR! ParseChunkNewIdx()AVI_INDEX_OF_CHUNKS (";
   const std::string known = ") SAVIFieldIndexEntry (12) SAVIStdIndexEntry (8)|" + kNotRead;
-  expect(Index({2, 0, 1}, 2, "00dc", 1000, standard), two, "");
-  expect(Index({2, 1, 1}, 2, "99dc", 1000, standard), two, "");
-  expect(Index({3, 1, 1}, 2, "01dc", 1000, fields), two, "");
-  expect(Index({3, 0, 1}, 2, "00dc", 1000, fields), old, width + "12" + known);
-  expect(Index({4, 1, 1}, 2, "00dc", 1000, fields), old, width + "16" + known);
-  expect(Index({2, 0, 2}, 2, "00dc", 1000, standard), old, "");
-  expect(Index({2, 0, 0}, 2, "00dc", 0, standard), old, "E ERROR! ParseChunkNewIdx()AVI_INDEX_OF_INDEXES (8) != (16)|");
-  expect(ChunkIndex(1, 0x7FFFFFFEFFFFFFFF), {{0x7FFFFFFF00000007, 5}}, "");
-  expect(ChunkIndex(1, 0x7FFFFFFF00000000), old, kNotRead);
-  expect(ChunkIndex(0), old, kNotRead);
-  expect(Index({2, 0, 1}, 30, "00dc", 0, standard), old,
-         "W [AVI] aStdIdx allocate fail -> ParseChunkNewIdx|" + kNotRead);
-  expect(Index({2, 0, 1}, 0x20000001, "00dc", 0, standard), old, "");  // more chunks than the file could hold
-  expect(Index({4, 0, 0}, 99, "00dc", 0, fields), old, "E [AVI] aSupIdx allocate Error -> ParseChunkNewIdx|");
-  // Read 10 is the header of indx, 11 its table.
-  expect(ChunkIndex(2), old, "E [ParseChunkNewIdx] dwSize : 40|", {.first = 10, .most = 23});
-  expect(ChunkIndex(2), {{1008, 5}}, "", {.first = 11, .most = 15});
-  expect(ChunkIndex(2), old, "W [AVI] aFieldIdx/aStdIdx fread fail -> ParseChunkNewIdx :: nRead(-5)|",
-         {.first = 11, .status = -5});
+  const struct {
+    const char* name;
+    Bytes indx;
+    Entries entries = {};  // none: those of the old index
+    std::string log = {};
+    Fault fault = kNoFault;
+  } kRows[] = {
+      {.name = "standard", .indx = Index({2, 0, 1}, 2, "00dc", 1000, standard), .entries = two},
+      {.name = "of any stream", .indx = Index({2, 1, 1}, 2, "99dc", 1000, standard), .entries = two},
+      {.name = "fields", .indx = Index({3, 1, 1}, 2, "01dc", 1000, fields), .entries = two},
+      {.name = "fields, but standard", .indx = Index({3, 0, 1}, 2, "00dc", 1000, fields), .log = width + "12" + known},
+      {.name = "wide", .indx = Index({4, 1, 1}, 2, "00dc", 1000, fields), .log = width + "16" + known},
+      {.name = "unknown type", .indx = Index({2, 0, 2}, 2, "00dc", 1000, standard)},
+      {.name = "narrow super index",
+       .indx = Index({2, 0, 0}, 2, "00dc", 0, standard),
+       .log = "E ERROR! ParseChunkNewIdx()AVI_INDEX_OF_INDEXES (8) != (16)|"},
+      {.name = "largest base", .indx = ChunkIndex(1, 0x7FFFFFFEFFFFFFFF), .entries = {{0x7FFFFFFF00000007, 5}}},
+      {.name = "larger base", .indx = ChunkIndex(1, 0x7FFFFFFF00000000), .log = kNotRead},
+      {.name = "empty", .indx = ChunkIndex(0), .log = kNotRead},
+      {.name = "more entries than bytes",
+       .indx = Index({2, 0, 1}, 30, "00dc", 0, standard),
+       .log = "W [AVI] aStdIdx allocate fail -> ParseChunkNewIdx|" + kNotRead},
+      {.name = "more chunks than the file could hold", .indx = Index({2, 0, 1}, 0x20000001, "00dc", 0, standard)},
+      {.name = "more indexes than bytes",
+       .indx = Index({4, 0, 0}, 99, "00dc", 0, fields),
+       .log = "E [AVI] aSupIdx allocate Error -> ParseChunkNewIdx|"},
+      {.name = "short header",
+       .indx = ChunkIndex(2),
+       .log = "E [ParseChunkNewIdx] dwSize : 40|",
+       .fault = {.first = 10, .last = 10, .most = 23}},
+      {.name = "short table",
+       .indx = ChunkIndex(2),
+       .entries = {{1008, 5}},
+       .fault = {.first = 11, .last = 11, .most = 15}},
+      {.name = "failed table",
+       .indx = ChunkIndex(2),
+       .log = "W [AVI] aFieldIdx/aStdIdx fread fail -> ParseChunkNewIdx :: nRead(-5)|",
+       .fault = {.first = 11, .last = 11, .status = -5}},
+  };
+  const std::string ignored = "E INFO! ParseChunk() 'idx1' not parsed(new index already parsed)|";
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    AviBuilder movie = AviBuilder().Video().InStream(Chunk("indx", row.indx)).IndexEntry("00dc", 16, 0xFFFFFFF0, 7);
+    LogCapture log;
+    CoreFile file(movie.OldIndex().Build(), row.fault);
+    const bool taken = !row.entries.empty();
+    EXPECT_EQ(file.Index(0), taken ? row.entries : old);
+    EXPECT_EQ(file->GetIndexType(), taken ? 2u : 1u);
+    EXPECT_EQ(file->GetStream(0)->pIndex->dwMaxChunkSize, !taken ? 7u : row.entries == two ? 4096u : 5u);
+    EXPECT_EQ(log.Take(), row.log + (taken ? ignored : kFailed));
+  }
 }
 
 // A movie with chunk indexes of `first`, 1 and 0 entries, another of 1 at its very end, and a super index.
@@ -89,11 +108,10 @@ struct Super {
   }
   size_t Count(const std::vector<uint64_t>& at, uint32_t duration = 1) {
     for (size_t i = 0; i < at.size(); ++i) file.Put(self + 32 + 16 * i, Join({Le64(at[i]), Le32(0), Le32(duration)}));
-    ParsedFile parsed(file);
-    SAVIInfo info = {};
-    parsed->GetMoviInfo(&info, 0);
-    ms = info.dwDuration;
-    log = Logged(parsed.log);
+    LogCapture capture;
+    CoreFile parsed(file);
+    ms = parsed.Info().dwDuration;
+    log = capture.Take();
     return parsed.Index(0).size();
   }
   AviFile file;
@@ -111,12 +129,12 @@ TEST(OpenDmlIndex, ASuperIndexIsFollowedInItsOrderAsFarAsItLeads) {
   EXPECT_EQ(super.Count({super.self, super.a, super.b}), 0u);  // nothing added to nothing ends it
   EXPECT_EQ(super.Count({super.none, super.a, super.b}), 0u);
   for (const uint64_t nowhere : {uint64_t{1} << 40, uint64_t{0xFFFFFFFFFFFFFFF0}, super.last + 29}) {
-    EXPECT_EQ(super.Count({super.a, nowhere, super.b}), 2u);
-    EXPECT_EQ(super.log.find("E [AVI] sRiff fread fail -> ParseChunkNewIdx :: nRead("), 0u);
+    EXPECT_EQ(super.Count({super.a, nowhere, super.b}), 2u) << nowhere;
+    EXPECT_TRUE(super.log.starts_with("E [AVI] sRiff fread fail -> ParseChunkNewIdx :: nRead(")) << super.log;
   }
   Super cut(1);  // by one byte, and the whole index goes
   EXPECT_EQ(cut.Count({cut.a, cut.last, cut.b}), 0u);
-  EXPECT_EQ(cut.log.find(kFailed), 0u);
+  EXPECT_TRUE(cut.log.starts_with(kFailed)) << cut.log;
   Super sound(0, 3, 2, "00wb");
   EXPECT_EQ(sound.Count({sound.a, sound.b, sound.a}), 5u);
   EXPECT_EQ(sound.ms, 5u);  // of the main header
@@ -129,18 +147,19 @@ TEST(OpenDmlIndex, OneThatFailsGivesWayToTheOldOneForAllStreams) {
   const Bytes bad = Chunk("indx", Index({3, 0, 1}, 2, "01dc", 0, Bytes(24)));
   AviBuilder movie = AviBuilder().Video().InStream(Chunk("indx", ChunkIndex(2))).Video().InStream(bad).Video();
   movie.InStream(bad).Chunk(0, "I0").Chunk(2, "I0").Chunk(0, "P1", false).OldIndex();
-  ParsedFile file(movie.Build());
-  EXPECT_EQ(file.log.Count("[AVI] Error -> New Index parsing error. Index type set to NONE"), 1u);
+  LogCapture log;
+  CoreFile file(movie.Build());
+  EXPECT_EQ(log.Count("[AVI] Error -> New Index parsing error. Index type set to NONE"), 1u);
   EXPECT_EQ(file->GetIndexType(), 1u);
-  const std::vector<size_t> counts = {file.Index(0).size(), file.Index(1).size(), file.Index(2).size()};
-  EXPECT_EQ(counts, (std::vector<size_t>{2, 0, 1}));
+  EXPECT_EQ(file.Index(0).size(), 2u);
+  EXPECT_EQ(file.Index(1).size(), 0u);
+  EXPECT_EQ(file.Index(2).size(), 1u);
 }
 
 TEST(OpenDmlIndex, AStreamWithoutOneIsAtItsEnd) {
-  MemorySource source(AviBuilder().Video().Audio().Chunk(0, "I0").Chunk(1, "a0").ChunkIndex(0).OldIndex().Build());
-  OpenedParser parser(&source);
-  EXPECT_EQ(Pull(parser, AVI_TRACK_AUDIO), End());
-  EXPECT_EQ(DrainVideo(parser).units, (std::vector<Unit>{{"I0", 0}}));
+  Host host(AviBuilder().Video().Audio().Chunk(0, "I0").Chunk(1, "a0").ChunkIndex(0).OldIndex().Build());
+  EXPECT_EQ(host.Audio(), End());
+  EXPECT_EQ(host.Rest(AVI_TRACK_VIDEO), (Units{{"I0", 0}}));
 }
 
 }  // namespace

@@ -1,8 +1,7 @@
 // Where the streams stand after a seek.
-#include <array>
-#include <cstring>
+#include <algorithm>
 
-#include "tests/support/container.h"
+#include "tests/support/core_file.h"
 
 namespace {
 
@@ -15,20 +14,45 @@ void AddFrames(AviBuilder& builder, unsigned stream, uint8_t count, const Bytes&
 Unit Frame(uint8_t i, uint32_t ms) { return Unit(Bytes{i}, ms); }
 
 TEST(Seek, VideoGoesToTheKeyFrameThatTheModeAsksFor) {
-  const Bytes keys = {0, 4, 10, 14}, third = {0, 2};
-  const std::tuple<uint8_t, Bytes, uint32_t, int, uint8_t> kCases[] = {
-      {20, keys, 399, 0, 0},   {20, keys, 400, 0, 4},   {20, keys, 999, 0, 4},   {20, keys, 99999, 0, 14},
-      {20, keys, 401, 1, 4},   {20, keys, 500, 1, 10},  {20, keys, 1100, 1, 14}, {19, keys, 1100, 1, 10},
-      {19, keys, 1400, 1, 14}, {20, keys, 1500, 1, 14}, {20, keys, 500, 4, 10},  {20, keys, 500, -1, 10},
-      {20, keys, 700, 2, 4},   {20, keys, 701, 2, 10},  {20, keys, 600, 3, 4},   {19, keys, 1399, 2, 10},
-      {20, keys, 1399, 2, 14}, {20, keys, 0, 1, 0},     {20, {7}, 300, 0, 0},    {20, {7}, 300, 1, 7},
-      {4, third, 100, 1, 0},   {6, third, 100, 1, 0},   {8, third, 100, 1, 2},   {20, {}, 1200, 2, 0}};
-  for (const auto& [count, keyFrames, ms, mode, frame] : kCases) {
+  const struct {
+    uint8_t count = 20;
+    Bytes keys = {0, 4, 10, 14};
+    uint32_t ms;
+    int mode;
+    uint8_t frame;
+  } kRows[] = {
+      {.ms = 399, .mode = 0, .frame = 0},
+      {.ms = 400, .mode = 0, .frame = 4},
+      {.ms = 999, .mode = 0, .frame = 4},
+      {.ms = 99999, .mode = 0, .frame = 14},
+      {.ms = 0, .mode = 1, .frame = 0},
+      {.ms = 401, .mode = 1, .frame = 4},
+      {.ms = 500, .mode = 1, .frame = 10},
+      {.ms = 1100, .mode = 1, .frame = 14},
+      {.count = 19, .ms = 1100, .mode = 1, .frame = 10},
+      {.count = 19, .ms = 1400, .mode = 1, .frame = 14},
+      {.ms = 1500, .mode = 1, .frame = 14},
+      {.ms = 500, .mode = 4, .frame = 10},
+      {.ms = 500, .mode = -1, .frame = 10},
+      {.ms = 700, .mode = 2, .frame = 4},
+      {.ms = 701, .mode = 2, .frame = 10},
+      {.ms = 600, .mode = 3, .frame = 4},
+      {.count = 19, .ms = 1399, .mode = 2, .frame = 10},
+      {.ms = 1399, .mode = 2, .frame = 14},
+      {.keys = {7}, .ms = 300, .mode = 0, .frame = 0},
+      {.keys = {7}, .ms = 300, .mode = 1, .frame = 7},
+      {.keys = {}, .ms = 1200, .mode = 2, .frame = 0},
+      {.count = 4, .keys = {0, 2}, .ms = 100, .mode = 1, .frame = 0},
+      {.count = 6, .keys = {0, 2}, .ms = 100, .mode = 1, .frame = 0},
+      {.count = 8, .keys = {0, 2}, .ms = 100, .mode = 1, .frame = 2},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(testing::Message() << row.ms << " ms of " << int{row.count} << " frames, mode " << row.mode);
     AviBuilder builder;
-    AddFrames(builder.Video({}, {.rate = 10}), 0, count, keyFrames);
-    Container movie(builder.OldIndex().Build());
-    EXPECT_EQ(movie->SetStartTime(ms, nullptr, 0, AVI_TRACK_VIDEO, mode), 0);
-    EXPECT_EQ(movie.Video(0), Frame(frame, frame * 100u)) << ms << " mode " << mode;
+    AddFrames(builder.Video({}, {.rate = 10}), 0, row.count, row.keys);
+    CoreFile movie(builder.OldIndex().Build());
+    EXPECT_EQ(movie->SetStartTime(row.ms, nullptr, 0, AVI_TRACK_VIDEO, row.mode), 0);
+    EXPECT_EQ(movie.Video(0), Frame(row.frame, row.frame * 100u));
   }
 }
 
@@ -39,27 +63,48 @@ TEST(Seek, EachKindMovesByItselfAndLaterVideosFollowTheFirst) {
   AddFrames(builder, 1, 30, {0, 7, 14});
   AddFrames(builder, 2, 60, {0, 8, 10, 22});
   AddFrames(builder, 3, 11, {});
-  Container movie(builder.OldIndex().Build());
+  CoreFile movie(builder.OldIndex().Build());
   const auto next = [&] { return Units{movie.Video(0), movie.Video(1), movie.Video(2), movie.Audio(3)}; };
-  // Time, kind, the time reached, and where the streams stand then. At last the sound is over, and with it everything.
-  const std::array<uint8_t, 7> kCases[] = {
-      {110, 1, 50, 6, 0, 10, 0}, {70, 2, 70, 7, 1, 11, 7}, {90, 3, 90, 8, 2, 12, 8}, {0, 1, 0, 0, 3, 0, 9},
-      {0, 2, 0, 1, 4, 1, 0},     {110, 0, 0, 6, 0, 0, 0},  {110, 4, 110, 0, 0, 0, 0}};
-  for (const auto& [ms, kind, at, a, b, c, d] : kCases) {
+  const Units over(4, NoMore());
+  const auto at = [](uint8_t first, uint8_t text, uint8_t later, uint8_t sound) {
+    return Units{Frame(first, first * 100u), Frame(text, text * 100u), Frame(later, later * 50u),
+                 Frame(sound, sound * 100u)};
+  };
+  const struct {
+    uint32_t ms;
+    int kind;
+    uint32_t reached;
+    Units units;  // of each stream then
+  } kRows[] = {{.ms = 1100, .kind = 1, .reached = 500, .units = at(6, 0, 10, 0)},
+               {.ms = 700, .kind = 2, .reached = 700, .units = at(7, 1, 11, 7)},
+               {.ms = 900, .kind = 3, .reached = 900, .units = at(8, 2, 12, 8)},
+               {.ms = 0, .kind = 1, .reached = 0, .units = at(0, 3, 0, 9)},
+               {.ms = 0, .kind = 2, .reached = 0, .units = at(1, 4, 1, 0)}};
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(testing::Message() << "kind " << row.kind << " to " << row.ms);
     uint32_t reached = 9;
-    kind % 4 ? movie->SetStartTime(ms * 10, &reached, 1, kind, 0) : movie->SetStartTime(ms * 10, &reached, kind / 4);
-    EXPECT_EQ(reached, at * 10u);
-    const Units units = {Frame(a, a * 100u), Frame(b, b * 100u), Frame(c, c * 50u), Frame(d, d * 100u)};
-    EXPECT_EQ(next(), kind < 4 ? units : Units(4, NoMore()));
+    movie->SetStartTime(row.ms, &reached, 1, row.kind, 0);
+    EXPECT_EQ(reached, row.reached);
+    EXPECT_EQ(next(), row.units);
   }
-  for (const auto& [ms, key] : {std::pair(0u, 0u), {400, 400}, {449, 400}, {450, 500}, {1150, 700}, {9000, 0}}) {
-    EXPECT_EQ(movie->getNextKeyFrameTime(ms), key);
-  }
+  uint32_t reached = 9;
+  movie->SetStartTime(1100, &reached, 0);
+  EXPECT_EQ(reached, 0u);
+  EXPECT_EQ(next(), at(6, 0, 0, 0));
+  movie->SetStartTime(1100, &reached, 1);  // the sound is over, and with it everything
+  EXPECT_EQ(reached, 1100u);
+  EXPECT_EQ(next(), over);
+
+  const struct {
+    uint32_t ms, key;
+  } kKeys[] = {{.ms = 0, .key = 0},     {.ms = 400, .key = 400},  {.ms = 449, .key = 400},
+               {.ms = 450, .key = 500}, {.ms = 1150, .key = 700}, {.ms = 9000, .key = 0}};
+  for (const auto& row : kKeys) EXPECT_EQ(movie->getNextKeyFrameTime(row.ms), row.key) << row.ms;
 }
 
 /// Entry, bytes before it and chunk counter.
 using Cursor = std::tuple<uint64_t, uint64_t, uint64_t>;
-Cursor At(Container& movie, int stream) {
+Cursor At(CoreFile& movie, int stream) {
   const SAVIStream* const record = movie->GetStream(stream);
   return {record->dwCurrIdx, record->dwTotalBytes, record->dwChunkCount};
 }
@@ -71,7 +116,7 @@ std::pair<Cursor, Cursor> Sought(const Sound& first, const Sound& second, uint32
   builder.Audio(std::get<0>(first), std::get<1>(first)).Audio(std::get<0>(second), std::get<1>(second));
   for (const uint8_t size : std::get<2>(first)) builder.Chunk(0, Bytes(size));
   for (const uint8_t size : std::get<2>(second)) builder.Chunk(1, Bytes(size));
-  Container movie(builder.OldIndex().Build());
+  CoreFile movie(builder.OldIndex().Build());
   all ? movie->SetStartTime(ms, nullptr, 0) : movie->SetStartTime(ms, nullptr, 0, AVI_TRACK_AUDIO, 0);
   return {At(movie, 0), At(movie, 1)};
 }
@@ -88,52 +133,85 @@ const Sound kLong{{}, {.rate = 100, .sampleSize = 1}, {1, 99}}, kPcm{{}, kSized,
     kMpeg{{.tag = 0x50, .bytesPerSecond = 148}, kSized, {113, 1, 1, 99}};            // and of 3
 
 TEST(Seek, AudioGoesByPositionsBlocksOrBytes) {
-  const std::tuple<Sound, uint32_t, Cursor> kCases[] = {
-      {kFrames, 60, {2, 0, 2}},   {kFrames, 9999, {4, 0, 4}},    {kAc3Vbr, 250, {2, 0, 2}},
-      {kBlocks, 400, {3, 30, 4}}, {kBlocks, 599, {4, 60, 5}},    {kBlocks, 5000, {5, 61, 50}},
-      {kBlocks, 99, {0, 0, 0}},   {kUnaligned, 300, {3, 30, 3}}, {kPcm, 499, {0, 0, 0}},
-      {kPcm, 999, {2, 20, 0}},    {kPcm, 1000, {3, 40, 0}},      {kPcm, 2000, {4, 60, 0}},
-      {kMp3, 1000, {2, 146, 2}},  {kMp3, 9000, {3, 147, 3}},     {kMpeg, 1000, {2, 114, 0}},
-      {kAc3, 300, {2, 35, 2}},    {kAc3, 5000, {4, 52, 4}},      {kGrowing, 1, {0, 0, 0}},
-      {kAac, 250, {2, 0, 0}},     {kAac, 0xFFFFFFFF, {3, 0, 0}}};
-  for (const auto& [sound, ms, cursor] : kCases) {
-    EXPECT_EQ(Sought(sound, sound, ms, false), std::pair(cursor, cursor)) << std::get<0>(sound).tag << " " << ms;
+  const struct {
+    const char* name;
+    Sound sound;
+    uint32_t ms;
+    Cursor cursor;
+  } kRows[] = {
+      {.name = "frames", .sound = kFrames, .ms = 60, .cursor = {2, 0, 2}},
+      {.name = "frames", .sound = kFrames, .ms = 9999, .cursor = {4, 0, 4}},
+      {.name = "AC-3 of varying rate", .sound = kAc3Vbr, .ms = 250, .cursor = {2, 0, 2}},
+      {.name = "blocks", .sound = kBlocks, .ms = 99, .cursor = {0, 0, 0}},
+      {.name = "blocks", .sound = kBlocks, .ms = 400, .cursor = {3, 30, 4}},
+      {.name = "blocks", .sound = kBlocks, .ms = 599, .cursor = {4, 60, 5}},
+      {.name = "blocks", .sound = kBlocks, .ms = 5000, .cursor = {5, 61, 50}},
+      {.name = "blocks of no size", .sound = kUnaligned, .ms = 300, .cursor = {3, 30, 3}},
+      {.name = "PCM", .sound = kPcm, .ms = 499, .cursor = {0, 0, 0}},
+      {.name = "PCM", .sound = kPcm, .ms = 999, .cursor = {2, 20, 0}},
+      {.name = "PCM", .sound = kPcm, .ms = 1000, .cursor = {3, 40, 0}},
+      {.name = "PCM", .sound = kPcm, .ms = 2000, .cursor = {4, 60, 0}},
+      {.name = "Layer III", .sound = kMp3, .ms = 1000, .cursor = {2, 146, 2}},
+      {.name = "Layer III", .sound = kMp3, .ms = 9000, .cursor = {3, 147, 3}},
+      {.name = "Layer II", .sound = kMpeg, .ms = 1000, .cursor = {2, 114, 0}},
+      {.name = "AC-3", .sound = kAc3, .ms = 300, .cursor = {2, 35, 2}},
+      {.name = "AC-3", .sound = kAc3, .ms = 5000, .cursor = {4, 52, 4}},
+      {.name = "AC-3, a large chunk last", .sound = kGrowing, .ms = 1, .cursor = {0, 0, 0}},
+      {.name = "AAC", .sound = kAac, .ms = 250, .cursor = {2, 0, 0}},
+      {.name = "AAC", .sound = kAac, .ms = 0xFFFFFFFF, .cursor = {3, 0, 0}},
+  };
+  for (const auto& row : kRows) {
+    EXPECT_EQ(Sought(row.sound, row.sound, row.ms, false), std::pair(row.cursor, row.cursor))
+        << row.name << " at " << row.ms;
   }
 }
 
 TEST(Seek, AllStreamsAtOnceShareOneSumOfBytes) {
-  const std::tuple<Sound, Sound, uint32_t, Cursor, Cursor> kCases[] = {
-      {kPcm, kPcm, 1000, {3, 40, 0}, {0, 40, 0}}, {kPcm, kBlocks, 500, {2, 20, 0}, {4, 80, 5}},
-      {kPcm, kAac, 500, {2, 20, 0}, {3, 0, 0}},   {kLong, kFrames, 60, {1, 1, 0}, {2, 1, 2}},
-      {kBlocks, kPcm, 100, {5, 0, 1}, {4, 0, 0}}, {kFrames, kPcm, 131, {5, 0, 5}, {4, 0, 0}}};  // the end of all
-  for (const auto& [first, second, ms, one, two] : kCases) {
-    EXPECT_EQ(Sought(first, second, ms, true), std::pair(one, two)) << ms;
+  const struct {
+    const char* name;
+    Sound first, second;
+    uint32_t ms;
+    Cursor one, two;
+  } kRows[] = {
+      {.name = "PCM twice", .first = kPcm, .second = kPcm, .ms = 1000, .one = {3, 40, 0}, .two = {0, 40, 0}},
+      {.name = "PCM, blocks", .first = kPcm, .second = kBlocks, .ms = 500, .one = {2, 20, 0}, .two = {4, 80, 5}},
+      {.name = "PCM, AAC", .first = kPcm, .second = kAac, .ms = 500, .one = {2, 20, 0}, .two = {3, 0, 0}},
+      {.name = "PCM, frames", .first = kLong, .second = kFrames, .ms = 60, .one = {1, 1, 0}, .two = {2, 1, 2}},
+      // To the end of all.
+      {.name = "blocks, PCM", .first = kBlocks, .second = kPcm, .ms = 100, .one = {5, 0, 1}, .two = {4, 0, 0}},
+      {.name = "frames, PCM", .first = kFrames, .second = kPcm, .ms = 131, .one = {5, 0, 5}, .two = {4, 0, 0}},
+  };
+  for (const auto& row : kRows) {
+    EXPECT_EQ(Sought(row.first, row.second, row.ms, true), std::pair(row.one, row.two)) << row.name;
   }
 }
 
 TEST(Seek, ALongIndexGivesWhatAStraightWalkGives) {
-  constexpr uint32_t kEntries = 2000000;
-  std::vector<uint32_t> raw;
-  for (uint32_t i = 0; i < kEntries; ++i)
-    raw.insert(raw.end(), {0x62773030, 0x10, 4, static_cast<uint32_t>((i * 2654435761ull & 0xFFFFFFFFu) >> 22)});
-  Bytes index(raw.size() * 4);
-  std::memcpy(index.data(), raw.data(), index.size());
+  constexpr size_t kEntries = 2000;  // of an index whose sums are kept for every 256th
+  Bytes index;
+  std::vector<uint32_t> sizes;
+  for (size_t i = 0; i < kEntries; ++i) {
+    sizes.push_back(static_cast<uint32_t>((i * 2654435761ull & 0xFFFFFFFFu) >> 22));
+    Append(index, Join({"00wb", Le32(0x10), Le32(4), Le32(sizes.back())}));
+  }
   enum Rule { kBytes, kBlockCount, kAc3Count };
   for (const Rule rule : {kBytes, kBlockCount, kAc3Count}) {
     AviBuilder builder;
     builder.Audio({.tag = rule == kAc3Count ? 0x2000u : 1u, .blockAlign = 100},
                   StreamHeader{.rate = 1000, .sampleSize = rule == kBlockCount ? 0u : 4u});
-    Container movie(builder.Chunk(0, "x").AfterMovi(Chunk("idx1", index)).Build());
-    uint64_t bytes = 0, blocks = 0, i = 0;
-    for (uint32_t ms = 1 << 14; ms < 250u << 20; ms += 1 << 14) {  // exact in single precision
-      for (; i < kEntries; bytes += raw[4 * i + 3], blocks += (raw[4 * i + 3] + 99) / 100, ++i) {
-        if (rule == kBytes ? bytes + raw[4 * i + 3] > 4ull * ms : blocks >= ms + (rule == kAc3Count)) break;
+    CoreFile movie(builder.Chunk(0, "x").AfterMovi(Chunk("idx1", index)).Build());
+    uint64_t bytes = 0, blocks = 0;
+    size_t i = 0;
+    for (uint32_t ms = 16; ms < 260000; ms += 16) {
+      for (; i < kEntries; bytes += sizes[i], blocks += (sizes[i] + 99) / 100, ++i) {
+        if (rule == kBytes ? bytes + sizes[i] > 4ull * ms : blocks >= ms + (rule == kAc3Count)) break;
       }
-      const uint64_t next = i < kEntries ? raw[4 * i + 3] : 0;
+      const uint64_t next = i < kEntries ? sizes[i] : 0;
       movie->SetStartTime(ms, nullptr, 0, AVI_TRACK_AUDIO, 0);
       ASSERT_EQ(At(movie, 0), rule == kBytes        ? Cursor(i, bytes, 0)
                               : rule == kBlockCount ? Cursor(i, bytes, ms)
-                                                    : Cursor(i - 1, bytes - next, i - 1));
+                                                    : Cursor(i - 1, bytes - next, i - 1))
+          << ms << " ms by rule " << rule;
     }
   }
 }

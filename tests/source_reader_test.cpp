@@ -1,21 +1,29 @@
+#include "source/source_reader.h"
+
 #include <gtest/gtest.h>
 
-#include "tests/support/parsed_file.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/sources.h"
 
 namespace {
 
 struct SourceReader : testing::Test {
-  SourceReader() : source(Join({Bytes(995), "56789"})), faulty(source), reader(&faulty) { debug_level = 1; }
-  /// Each step is a seek's offset and origin, the size of a read, what it returns and the position behind it.
-  template <size_t N>
-  void Run(const long (&steps)[N][5]) {
-    for (const auto& [offset, origin, size, result, position] : steps) {
-      EXPECT_EQ(reader.AVI_fseek(offset, static_cast<int>(origin)), 0);
-      EXPECT_EQ(reader.AVI_fread(buffer, static_cast<unsigned>(size), 1), result) << offset << " from " << origin;
-      EXPECT_EQ(reader.AVI_ftell(), position) << offset << " from " << origin;
+  SourceReader() : source(Join({Bytes(995), "56789"})), faulty(source), reader(&faulty) {}
+  struct Step {
+    long offset;
+    int origin;
+    unsigned size;
+    int result;
+    long position;  // behind the read
+  };
+  void Run(const std::vector<Step>& steps) {
+    for (const Step& step : steps) {
+      EXPECT_EQ(reader.AVI_fseek(step.offset, step.origin), 0) << step.offset << " from " << step.origin;
+      EXPECT_EQ(reader.AVI_fread(buffer, step.size, 1), step.result) << step.offset << " from " << step.origin;
+      EXPECT_EQ(reader.AVI_ftell(), step.position) << step.offset << " from " << step.origin;
     }
   }
-  std::string Log() { return Logged(log, "ZUAVISourceReader"); }
+  std::string Log() { return log.Take("ZUAVISourceReader"); }
 
   LogCapture log;
   MemorySource source;

@@ -1,5 +1,7 @@
 // Video as the host pulls it.
-#include "tests/support/container.h"
+#include <gtest/gtest.h>
+
+#include "tests/support/host.h"
 
 namespace {
 
@@ -13,7 +15,7 @@ AviFile Movie(const std::string& fourcc, const std::vector<Data>& frames, bool o
   }
   return openDml ? builder.ChunkIndex(0).Build() : builder.OldIndex().Build();
 }
-Units All(const AviFile& file) { return DrainVideo(Host(file).parser).units; }
+Units All(const AviFile& file) { return Host(file).Rest(AVI_TRACK_VIDEO); }
 
 TEST(VideoPath, H264LengthsBecomeStartCodes) {
   const Bytes x(260, 'x'), y(261, 'y');
@@ -34,7 +36,7 @@ TEST(VideoPath, ADamagedVolHeaderIsCutOff) {
   EXPECT_EQ(
       All(Movie("DX50", {bad, good, at29, at30, Head(bad, 9), Head(bad, 4), Join({"-", bad})})),
       (Units{Unit(vop, 0), Unit(good, 40), Unit(vop, 80), Unit(at30, 120), Unit(Head(bad, 4), 200), Unit(bad, 240)}));
-  for (const char* fourcc : {"DIVX", "DXMF"}) EXPECT_EQ(All(Movie(fourcc, {bad})), Units{Unit(vop, 0)});
+  for (const char* fourcc : {"DIVX", "DXMF"}) EXPECT_EQ(All(Movie(fourcc, {bad})), Units{Unit(vop, 0)}) << fourcc;
   EXPECT_EQ(All(Movie("XVID", {bad})), Units{Unit(bad, 0)});
   EXPECT_EQ(All(Movie("DX50", {bad}, true)), Units{Unit(bad, 0)});
 }
@@ -45,13 +47,15 @@ TEST(VideoPath, TheFirstFrameHasToBeAnIntraPicture) {
   };
   const std::vector<Data> intra = {
       "\x80\2\x08", "\x84\2\x1A", "\x80\2", "\x80\2\x1E\x80\xFF\xE3", "\x80\2\x1C\x0F\xFF\xFF", "\x80\2\x1C\x10\0"};
-  for (const Data& tail : intra) EXPECT_EQ(h263(tail), Unit(Join({"\0\0", tail}), 0));
+  for (const Data& tail : intra) {
+    EXPECT_EQ(h263(tail), Unit(Join({"\0\0", tail}), 0)) << testing::PrintToString(tail.bytes);
+  }
   LogCapture log;
   for (const Data& tail : {Data("\x83\2\x1A"), Data("\x80\2\x1E\x80\xFF\x04"), Data("\x80\2\x1C\x10\0\0")}) {
-    EXPECT_EQ(h263(tail), Unit("\0\0", 120));
+    EXPECT_EQ(h263(tail), Unit("\0\0", 120)) << testing::PrintToString(tail.bytes);
   }
   for (const char* kind : {"[PTYPE]", "[PLUSPTYPE]", "[PLUSPTYPE with OPPTYPE]"}) {
-    EXPECT_EQ(log.Count(kind + std::string("H263 StartCode and NOT Iframe")), 1u);
+    EXPECT_EQ(log.Count(kind + std::string("H263 StartCode and NOT Iframe")), 1u) << kind;
   }
   EXPECT_EQ(All(Movie("THEO", {"\x40", "\x3F", "\x40"})), (Units{Unit("\x3F", 40), Unit("\x40", 80)}));
   EXPECT_EQ(log.Count("[GetFirstVideoData] this block is not I-frame, first 1byte is 40"), 1u);
@@ -62,8 +66,8 @@ TEST(VideoPath, ABFrameNextToTheFirstFrameIsDropped) {
   const auto seen = [](const std::string& fourcc, const std::vector<Data>& frames) {
     Host host(Movie(fourcc, frames));
     std::string times;
-    for (int again = 0; again < 2; ++again, host.parser->Seek(0, AVI_TRACK_VIDEO, 0)) {
-      for (const Unit& unit : DrainVideo(host.parser).units) times += std::to_string(unit.timeMs / 40) + ' ';
+    for (int again = 0; again < 2; ++again, host->Seek(0, AVI_TRACK_VIDEO, 0)) {
+      for (const Unit& unit : host.Rest(AVI_TRACK_VIDEO)) times += std::to_string(unit.timeMs / 40) + ' ';
     }
     return times;
   };

@@ -4,8 +4,6 @@
 
 #include <algorithm>
 
-#include "tests/support/sources.h"
-
 static uint32_t NextRandom(uint32_t state) { return static_cast<uint32_t>(uint64_t{state} * 1664525 + 1013904223); }
 
 AudioFormat Coded(uint32_t tag, uint32_t rate, uint32_t bytesPerSecond) {
@@ -35,10 +33,9 @@ AviFile AudioFile(const AudioFormat& format, const std::vector<Bytes>& chunks, s
 }
 
 Units Play(const AviFile& file) {
-  MemorySource source(file);
-  OpenedParser parser(&source);
-  Units units = {Pull(parser, AVI_TRACK_AUDIO)};
-  while (units.back().status == 0 && units.size() < 1000) units.push_back(Pull(parser, AVI_TRACK_AUDIO));
+  Host host(file);
+  Units units = {host.Audio()};
+  while (units.back().status == 0 && units.size() < 1000) units.push_back(host.Audio());
   EXPECT_EQ(units.back(), End());
   units.pop_back();
   return units;

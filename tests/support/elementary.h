@@ -5,8 +5,6 @@
 
 // Elementary audio streams, and AVI files with one such stream.
 
-using Units = std::vector<Unit>;
-
 AudioFormat Coded(uint32_t tag, uint32_t rate, uint32_t bytesPerSecond);
 /// A frame of `size` bytes whose payload looks like no codec's header and like no other frame's.
 Bytes Frame(const Bytes& header, size_t size, uint32_t number);

@@ -3,19 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
-#include <cstdio>
-
-void PrintTo(const Unit& unit, std::ostream* out) {
-  constexpr size_t kShown = 64;
-  *out << unit.data.size() << " bytes \"";
-  for (size_t i = 0; i < std::min(unit.data.size(), kShown); ++i) {
-    char text[8];
-    std::snprintf(text, sizeof text, std::isprint(unit.data[i]) ? "%c" : "\\x%02x", unit.data[i]);
-    *out << text;
-  }
-  *out << (unit.data.size() > kShown ? "...\"" : "\"") << " at " << unit.timeMs << " ms, status " << unit.status;
-}
 
 Unit Pull(IParser* parser, uint32_t kind, unsigned long maxLen, bool keyOnly) {
   constexpr size_t kGuardBytes = 16, kStaleBytes = 4096;
@@ -37,30 +24,33 @@ Unit Pull(IParser* parser, uint32_t kind, unsigned long maxLen, bool keyOnly) {
   return Unit(Bytes(buffer.data(), buffer.data() + std::min(len, maxLen)), static_cast<uint32_t>(ms), status);
 }
 
-Drained Drain(IParser* parser, uint32_t kind, unsigned long maxLen, bool keyOnly) {
+Host::Host(SparseSource film, const HostOptions& options)
+    : Film(std::move(film), options.fault),
+      m_destroy(options.destroy),
+      parser(options.create()),
+      opened(parser->Open(&faulty)) {
+  EXPECT_EQ(opened, options.open.value_or(opened)) << "Open";
+}
+
+Host::~Host() {
+  parser->Close();
+  m_destroy(parser);
+}
+
+Units Host::Rest(uint32_t kind) const {
   constexpr int kMaxEmpty = 100;
   constexpr size_t kMaxUnits = 100000;
-  Drained result{{}, 0};
-  for (int empty = 0; empty < kMaxEmpty && result.status == 0; ++empty) {
-    Unit unit = Pull(parser, kind, maxLen, keyOnly);
-    result.status = unit.status;
+  Units units;
+  for (int empty = 0; empty < kMaxEmpty; ++empty) {
+    Unit unit = Pull(parser, kind);
+    if (unit.status != 0) break;
     if (unit.data.empty()) continue;
     empty = 0;
-    result.units.push_back(std::move(unit));
-    if (result.units.size() == kMaxUnits) {
+    units.push_back(std::move(unit));
+    if (units.size() == kMaxUnits) {
       ADD_FAILURE() << "the track does not end";
       break;
     }
   }
-  return result;
-}
-
-OpenedParser::OpenedParser(IDataSource* source, int expected, const ParserFactory& factory)
-    : m_factory(factory), m_parser(factory.create()) {
-  EXPECT_EQ(m_parser->Open(source), expected) << "Open";
-}
-
-OpenedParser::~OpenedParser() {
-  m_parser->Close();
-  m_factory.destroy(m_parser);
+  return units;
 }

@@ -2,66 +2,54 @@
 #define ZU_TESTS_SUPPORT_HOST_H_
 
 #include <cstdint>
-#include <vector>
+#include <optional>
 
-#include "tests/support/avi_builder.h"
+#include "tests/support/film.h"
+#include "tests/support/log_capture.h"
 #include "zu_parser_avi/iparser.h"
-
-/// One answer of a data operation.
-struct Unit {
-  Unit(Data bytes, uint32_t ms, int result = 0) : data(std::move(bytes.bytes)), timeMs(ms), status(result) {}
-  bool operator==(const Unit&) const = default;
-  Bytes data;
-  uint32_t timeMs;
-  int status;
-};
-void PrintTo(const Unit& unit, std::ostream* out);
 
 /// What every data operation answers once its track has ended.
 inline Unit End() { return Unit("", 0xFFFFFFFF, -1011); }
 
-/// The non-empty units that a track gave, and how it ended: `status` 0 when nothing but empty units came any more.
-struct Drained {
-  std::vector<Unit> units;
-  int status;
-};
-
 constexpr unsigned long kHostBuffer = 1u << 20;
 
-/// One call of the host for a track of kind AVI_TRACK_VIDEO, _AUDIO or _TEXT. Fails the test when the parser writes
+/// One call of a host for a track of kind AVI_TRACK_VIDEO, _AUDIO or _TEXT. Fails the test when the parser writes
 /// beyond `maxLen` bytes, reports more, or reports a length with an error.
 Unit Pull(IParser* parser, uint32_t kind, unsigned long maxLen = kHostBuffer, bool keyOnly = false);
-Drained Drain(IParser* parser, uint32_t kind, unsigned long maxLen, bool keyOnly);
 
-inline Drained DrainVideo(IParser* parser, unsigned long maxLen = kHostBuffer, bool keyOnly = false) {
-  return Drain(parser, AVI_TRACK_VIDEO, maxLen, keyOnly);
-}
-inline Drained DrainAudio(IParser* parser, unsigned long maxLen = kHostBuffer) {
-  return Drain(parser, AVI_TRACK_AUDIO, maxLen, false);
-}
-inline Drained DrainText(IParser* parser, unsigned long maxLen = kHostBuffer) {
-  return Drain(parser, AVI_TRACK_TEXT, maxLen, false);
-}
-
-struct ParserFactory {
+struct HostOptions {
+  std::optional<int> open = 0;  ///< none: whatever Open answers
+  Fault fault = kNoFault;
   IParser* (*create)() = createParser;
   void (*destroy)(IParser*) = destroyParser;
 };
 
-/// A parser from Open to Close. Fails the test when Open does not return `expected`.
-class OpenedParser {
+/// A parser from Open to Close, as its host sees it. Fails the test when Open does not answer as expected.
+class Host : public Film {
  public:
-  explicit OpenedParser(IDataSource* source, int expected = 0, const ParserFactory& factory = {});
-  ~OpenedParser();
-  OpenedParser(const OpenedParser&) = delete;
-  OpenedParser& operator=(const OpenedParser&) = delete;
+  explicit Host(SparseSource film, const HostOptions& options = {});
+  explicit Host(const AviFile& file, const HostOptions& options = {}) : Host(SparseSource(file), options) {}
+  explicit Host(const Bytes& file, const HostOptions& options = {}) : Host(MemorySource(file), options) {}
+  ~Host();
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
+  IParser* operator->() const { return parser; }
 
-  operator IParser*() const { return m_parser; }
-  IParser* operator->() const { return m_parser; }
+  Unit Video(unsigned long room = kHostBuffer, bool keyOnly = false) {
+    return Pull(parser, AVI_TRACK_VIDEO, room, keyOnly);
+  }
+  Unit Audio(unsigned long room = kHostBuffer) { return Pull(parser, AVI_TRACK_AUDIO, room); }
+  Unit Text(unsigned long room = kHostBuffer) { return Pull(parser, AVI_TRACK_TEXT, room); }
+  /// The non-empty units that a track still gives, until it ends or nothing but empty ones come.
+  Units Rest(uint32_t kind) const;
 
  private:
-  ParserFactory m_factory;
-  IParser* m_parser;
+  void (*m_destroy)(IParser*);
+  DebugLevelGuard m_level;
+
+ public:
+  IParser* const parser;
+  const int opened;  ///< what Open answered
 };
 
 #endif  // ZU_TESTS_SUPPORT_HOST_H_

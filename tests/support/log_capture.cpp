@@ -1,8 +1,11 @@
 #include "tests/support/log_capture.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ostream>
 
@@ -15,10 +18,18 @@ LogCapture::Level g_level;
 bool g_active = false;
 
 void Reset(bool active, const LogCapture::Level& level) {
+  EXPECT_NE(g_active, active) << "two captures at a time";
   g_lines.clear();
   g_level = level;
   g_active = active;
 }
+
+struct LevelCheck : testing::EmptyTestEventListener {
+  void OnTestStart(const testing::TestInfo&) override { before = debug_level; }
+  void OnTestEnd(const testing::TestInfo&) override { EXPECT_EQ(debug_level, before) << "left behind by the test"; }
+  int before = 0;
+};
+[[maybe_unused]] const bool g_checked = (testing::UnitTest::GetInstance()->listeners().Append(new LevelCheck), true);
 
 }  // namespace
 
@@ -44,9 +55,11 @@ int property_get(const char* key, char* value, const char* default_value) {
 
 void PrintTo(const LogLine& line, std::ostream* out) { *out << line.prio << "/" << line.tag << ": " << line.text; }
 
-LogCapture::LogCapture(const Level& level) { Reset(true, level); }
+LogCapture::LogCapture(const Level& level) {
+  Reset(true, level);
+  debug_level = std::atoi(level.value_or("1").c_str());
+}
 LogCapture::~LogCapture() { Reset(false, {}); }
-void LogCapture::SetDebugLevel(const Level& level) { g_level = level; }
 const std::vector<LogLine>& LogCapture::Lines() const { return g_lines; }
 void LogCapture::Clear() { g_lines.clear(); }
 
@@ -57,4 +70,13 @@ bool LogCapture::Has(int prio, const std::string& tag, const std::string& text) 
 size_t LogCapture::Count(const std::string& text) const {
   return static_cast<size_t>(
       std::count_if(g_lines.begin(), g_lines.end(), [&](const LogLine& line) { return line.text == text; }));
+}
+
+std::string LogCapture::Take(const std::string& tag) {
+  std::string all;
+  for (const LogLine& line : g_lines) {
+    if (line.tag == tag) all += std::string(1, "VDIWE"[line.prio - ANDROID_LOG_VERBOSE]) + " " + line.text + "|";
+  }
+  Clear();
+  return all;
 }

@@ -1,38 +1,32 @@
-#ifndef ZU_TESTS_SUPPORT_CONTAINER_H_
-#define ZU_TESTS_SUPPORT_CONTAINER_H_
+#ifndef ZU_TESTS_SUPPORT_CORE_FILE_H_
+#define ZU_TESTS_SUPPORT_CORE_FILE_H_
 
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <memory>
+#include <utility>
 
 #include "avifile/avi_file_parser.h"
-#include "tests/support/host.h"
-#include "tests/support/log_capture.h"
-#include "tests/support/sources.h"
+#include "tests/support/film.h"
+#include "zu_parser_avi/track_info.h"
 
-using Units = std::vector<Unit>;
 constexpr uint32_t kKept = 77;  ///< the time of a read that leaves the caller's alone
 inline Unit Got(const Data& bytes) { return Unit(bytes, kKept); }
-/// What the container's reads answer at the end of a stream, and for a chunk that is too large.
+/// What the core's reads answer at the end of a stream, and for a chunk that is too large.
 inline Unit NoMore() { return Unit("", 0xFFFFFFFF, INT32_MIN); }
 
-/// A file on its source, which can be made to fail.
-struct Film {
-  explicit Film(SparseSource film) : source(std::move(film)), faulty(source, {.first = SIZE_MAX}) {}
-  SparseSource source;
-  FaultySource faulty;
-};
+using Entries = std::vector<std::pair<uint64_t, uint32_t>>;  ///< position, size with bit 31
 
-/// The container parser by itself, over a file. Each read gets memory of just `room` bytes.
-class Container : public Film {
+/// The parser's core over a file. Each read gets memory of just `room` bytes.
+class CoreFile : public Film {
  public:
-  explicit Container(const AviFile& file) : Container(SparseSource(file)) {}
-  explicit Container(SparseSource film) : Film(std::move(film)), m_reader(&faulty) {
-    debug_level = 1;
-    m_file.Init(&m_reader);
-    EXPECT_EQ(m_file.Parse(0), 1);
+  explicit CoreFile(SparseSource film, const Fault& fault = kNoFault) : Film(std::move(film), fault), reader(&faulty) {
+    Parse();
   }
+  explicit CoreFile(const AviFile& file, const Fault& fault = kNoFault) : CoreFile(SparseSource(file), fault) {}
+  explicit CoreFile(const Bytes& file, const Fault& fault = kNoFault) : CoreFile(MemorySource(file), fault) {}
+  explicit CoreFile(IDataSource& other) : Film(MemorySource({})), reader(&other) { Parse(); }
   CAVIFileParser* operator->() { return &m_file; }
 
   Unit Data(int stream, unsigned room = 4096) { return Read(&CAVIFileParser::GetNextData, stream, room); }
@@ -51,8 +45,28 @@ class Container : public Film {
     units.pop_back();
     return units;
   }
+  Entries Index(int stream) {
+    Entries entries;
+    const SAVIStream* const record = m_file.GetStream(stream);
+    for (uint32_t i = 0; i < IndexCount(record); ++i) {
+      entries.emplace_back(record->pIndex->aIdx[i].qwOffset, record->pIndex->aIdx[i].dwSize);
+    }
+    return entries;
+  }
+  SAVIInfo Info(int stream = 0) {
+    SAVIInfo info = {};
+    m_file.GetMoviInfo(&info, stream);
+    return info;
+  }
+
+  AVISourceReader reader;
+  int result = 0;  ///< of the walk
 
  private:
+  void Parse() {
+    m_file.Init(&reader);
+    result = m_file.ParseAVI(0);
+  }
   template <typename Op>
   Unit Read(Op op, int stream, unsigned room) {
     const std::unique_ptr<char[]> buf(new char[room]);
@@ -62,15 +76,7 @@ class Container : public Film {
     return Unit(Bytes(buf.get(), buf.get() + (read < room ? read : room)), ms, status);
   }
 
-  AVISourceReader m_reader;
   CAVIFileParser m_file;
 };
 
-/// The whole parser over a file.
-struct Host : Film {
-  explicit Host(const AviFile& file) : Film(SparseSource(file)), parser(&faulty) {}
-  Unit Video(unsigned long room = kHostBuffer, bool keyOnly = false) { return Pull(parser, 1, room, keyOnly); }
-  OpenedParser parser;
-};
-
-#endif  // ZU_TESTS_SUPPORT_CONTAINER_H_
+#endif  // ZU_TESTS_SUPPORT_CORE_FILE_H_

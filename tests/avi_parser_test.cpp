@@ -24,7 +24,7 @@ T* Symbol(const char* name) {
 
 IParser* Create() { return Symbol<IParser*()>("createParser")(); }
 void Destroy(IParser* parser) { Symbol<void(IParser*)>("destroyParser")(parser); }
-const ParserFactory kPlugin = {Create, Destroy};
+const HostOptions kPlugin = {.create = Create, .destroy = Destroy};
 
 // A host that knows no more of IParser than the order of its operations. The argument types decide the call, so they
 // have to be exact.
@@ -67,7 +67,7 @@ AviFile Movie() {
       .Build();
 }
 
-TEST(Plugin, EverySlotOfTheParserAnswersAtItsNumber) {
+TEST(AviParser, EverySlotOfTheParserAnswersAtItsNumber) {
   LogCapture log;
   MemorySource source(Movie());
   IParser* const parser = Create();
@@ -130,15 +130,14 @@ TEST(Plugin, EverySlotOfTheParserAnswersAtItsNumber) {
   Slot<void>(parser, 1);  // deletes
 }
 
-TEST(Plugin, TheOtherSlotsAnswerNothing) {
-  MemorySource source(Movie());
-  OpenedParser opened(&source, 0, kPlugin);
-  IParser* const parser = opened;
-  const size_t reads = source.reads.size();
+TEST(AviParser, TheOtherSlotsAnswerNothing) {
+  Host host(Movie(), kPlugin);
+  IParser* const parser = host.parser;
+  const size_t reads = host.source.reads.size();
   void* const none = nullptr;
   char text[4] = "abc";
   unsigned long n = 77;
-  IDataSource* const other = &source;
+  IDataSource* const other = &host.source;
 
   EXPECT_EQ(Slot<int>(parser, 3, other, none), 0);
   EXPECT_EQ(Slot<void*>(parser, 7), nullptr);
@@ -155,17 +154,16 @@ TEST(Plugin, TheOtherSlotsAnswerNothing) {
   EXPECT_EQ(Slot<int>(parser, 32, 5ul, 1, 0, 0, 0ull, 0), 0);
   EXPECT_EQ(n, 77u);
   EXPECT_STREQ(text, "abc");
-  EXPECT_EQ(source.reads.size(), reads);
+  EXPECT_EQ(host.source.reads.size(), reads);
 
   EXPECT_EQ(Slot<void*>(parser, 20, &n), nullptr);
   EXPECT_EQ(n, 0u);
   EXPECT_EQ(Slot<void*>(parser, 20, none), nullptr);
 }
 
-TEST(Plugin, RecordsLieInMemoryAsTheHostReadsThem) {
-  MemorySource source(Movie());
-  OpenedParser parser(&source, 0, kPlugin);
-  const TrackInfo* const first = parser->GetTrackInfo(0);
+TEST(AviParser, RecordsLieInMemoryAsTheHostReadsThem) {
+  Host host(Movie(), kPlugin);
+  const TrackInfo* const first = host->GetTrackInfo(0);
   ASSERT_NE(first, nullptr);
 
   const void* const video = first + 1;
@@ -181,40 +179,43 @@ TEST(Plugin, RecordsLieInMemoryAsTheHostReadsThem) {
   EXPECT_EQ(Bytes(static_cast<const uint8_t*>(audio), static_cast<const uint8_t*>(audio) + 192), expected);
 }
 
-TEST(Plugin, DestroyingNothingDoesNothing) { Destroy(nullptr); }
+TEST(AviParser, DestroyingNothingDoesNothing) { Destroy(nullptr); }
 
-TEST(Plugin, EachParserSetsTheLogLevelAnew) {
-  LogCapture log;
-  const int& level = *Symbol<int>("debug_level");
+TEST(AviParser, EachParserSetsTheLogLevelAnew) {
   const struct {
     LogCapture::Level property;
-    int expected;
-  } kCases[] = {{"7", 7}, {{}, 1}, {"0", 0}, {"15", 15}, {"verbose", 0}};
-  for (const auto& [property, expected] : kCases) {
-    log.SetDebugLevel(property);
+    int level;
+  } kRows[] = {{.property = "7", .level = 7},
+               {.property = {}, .level = 1},
+               {.property = "0", .level = 0},
+               {.property = "15", .level = 15},
+               {.property = "verbose", .level = 0}};
+  int& level = *Symbol<int>("debug_level");
+  const DebugLevelGuard guard(level);
+  for (const auto& row : kRows) {
+    const LogCapture log(row.property);
     Destroy(Create());
-    EXPECT_EQ(level, expected) << property.value_or("not set");
+    EXPECT_EQ(level, row.level) << row.property.value_or("not set");
   }
 }
 
-TEST(Plugin, LevelZeroIsSilentWhereLevelOneComplains) {
+TEST(AviParser, LevelZeroIsSilentWhereLevelOneComplains) {
   AviFile file = Movie();
   file.Put(file.Find("avih") + 8 + 24, Le32(7));  // more streams than there are
-  LogCapture log;
-  MemorySource first(file), second(file);
+  const HostOptions refused = {.open = -1, .create = Create, .destroy = Destroy};
+  std::vector<ReadCall> reads;
   {
-    OpenedParser parser(&first, -1, kPlugin);
+    LogCapture log;
+    reads = Host(file, refused).source.reads;
     EXPECT_TRUE(log.Has(ANDROID_LOG_WARN, "AVIFileParser",
                         "Parse: the number of stream(3) doesn't match dwStreams(7) in avih"));
   }
-  log.Clear();
-  log.SetDebugLevel("0");
-  { OpenedParser parser(&second, -1, kPlugin); }
+  LogCapture log("0");
+  EXPECT_EQ(Host(file, refused).source.reads, reads);
   EXPECT_EQ(log.Lines(), std::vector<LogLine>());
-  EXPECT_EQ(first.reads, second.reads);
 }
 
-TEST(Plugin, ItsHelpersAreFoundByTheirLinkNames) {
+TEST(AviParser, ItsHelpersAreFoundByTheirLinkNames) {
   const auto bits = Symbol<unsigned int(char*, unsigned int*, unsigned int)>("_Z8readBitsPcPjj");
   char bytes[] = {'\x12', '\x34', '\x56', '\x78', '\x7A'};
   unsigned int pos = 4;
@@ -232,6 +233,100 @@ TEST(Plugin, ItsHelpersAreFoundByTheirLinkNames) {
   EXPECT_EQ(entries[3].qwOffset, 0x1FFFFFFFFu);
   EXPECT_EQ(entries[3].dwSize, 0x80000064u);
   EXPECT_EQ(index.dwMaxChunkSize, 100u);
+}
+
+TEST(AviParser, OpensAgainUntilItIsClosed) {
+  Host host(AviBuilder().Audio({.tag = 0x55}).Chunk(0, Bytes(4)).Build());
+  MemorySource empty(AviBuilder().Build());
+  MemorySource second(AviBuilder().Video().Audio({.tag = 0xFF}).Chunk(1, "sound").Build());
+  EXPECT_EQ(host->Open(nullptr), -1);
+  EXPECT_EQ(host->Open(&second), 0);
+  EXPECT_EQ(host->GetTrackCount(), 2);
+  EXPECT_EQ(host.Audio(), Unit("sound", 0));
+  EXPECT_EQ(host->Open(&empty), 0);
+  EXPECT_EQ(host->GetTrackCount(), 0);
+  EXPECT_EQ(host->GetTrackInfo(0), nullptr);
+  host->Close();
+  EXPECT_EQ(host->Open(&second), -1);
+}
+
+// The host's decoder lives on across an open without a close: a configuration it has taken is not sent again.
+TEST(AviParser, OnlyTheTakenVideoConfigurationOutlivesASecondOpen) {
+  const Bytes sets = Join({"\0\0\0\1\x67S\0\0\0\1\x68P"}), idr = Join({"\0\0\0\1\x65I"});
+  const AviFile movie = AviBuilder()
+                            .Video({.fourcc = "H264", .extra = sets}, {.length = 2})
+                            .Video({.fourcc = "DXSB"})
+                            .Video({.fourcc = "DXSB"})
+                            .Audio({.tag = 0xFF})
+                            .Audio({.rate = 8000, .bytesPerSecond = 32000})
+                            .Chunk(0, Join({sets, idr}))
+                            .Chunk(0, idr)
+                            .Chunk(1, "[one]")
+                            .Chunk(2, "[two]")
+                            .Chunk(3, "aac")
+                            .Chunk(4, Bytes(8000, 7))
+                            .OldIndex()
+                            .Build();
+  for (const bool taken : {false, true}) {
+    SCOPED_TRACE(taken);
+    Host host(movie);
+    unsigned char config[64];
+    unsigned long length = 0;
+    if (taken) host->GetVideoConfig(config, &length, sizeof config);
+    for (int opens = 1; opens <= 2; ++opens) {
+      SCOPED_TRACE(opens);
+      EXPECT_EQ(opens == 1 ? 0 : host->Open(&host.faulty), 0);
+      unsigned long ms = 0;
+      host->GetDurationMs(&ms);
+      EXPECT_EQ(ms, 80u);
+      EXPECT_EQ(host->GetTrackCount(), 5);
+      EXPECT_EQ(host.Video(), Unit(Join({sets, idr}), 0));
+      EXPECT_EQ(host.Video(), Unit(taken ? idr : Join({sets, idr}), 40));
+      EXPECT_EQ(host.Text(), Unit("[one]", 0));
+      EXPECT_EQ(host.Audio(), Unit("aac", 0));
+      host->SelectTextTrack(2);
+      host->SelectAudioTrack(4);
+      EXPECT_EQ(host.Audio(), Unit(Bytes(1600, 7), 0));
+    }
+  }
+}
+
+TEST(AviParser, AClosedOrUnopenedOneAnswersNothing) {
+  MemorySource source(Movie());
+  const DebugLevelGuard guard;
+  IParser* const parser = createParser();
+  for (const bool opened : {false, true}) {
+    SCOPED_TRACE(opened);
+    if (opened) {
+      EXPECT_EQ(parser->Open(&source), 0);
+      EXPECT_EQ(parser->Close(), 0);
+      EXPECT_EQ(parser->Close(), 0);
+    }
+    LogCapture log;
+    const size_t reads = source.reads.size();
+    unsigned long ms = 7, len = 7, none = 0;
+    EXPECT_EQ(parser->SelectAudioTrack(9), 0);
+    EXPECT_EQ(parser->SelectTextTrack(9), 0);
+    EXPECT_EQ(parser->Seek(0, 2, 0), 0);
+    EXPECT_EQ(parser->Seek(9, 1, 0), 0);
+    EXPECT_EQ(parser->GetTrackCount(), 0);
+    EXPECT_EQ(parser->GetDurationMs(&ms), 0);
+    EXPECT_EQ(ms, 0u);
+    EXPECT_EQ(parser->GetVideoConfig(nullptr, &none, 0), 0);
+    EXPECT_EQ(none, 0u);
+    EXPECT_EQ(parser->GetAudioConfig(nullptr, &len, 0), INT32_MIN);
+    EXPECT_EQ(len, 0u);
+    EXPECT_EQ(parser->GetNextVideoKeyFrameTime(0), 0u);
+    EXPECT_EQ(parser->GetTrackInfo(0), nullptr);
+    for (uint32_t kind : {AVI_TRACK_VIDEO, AVI_TRACK_AUDIO, AVI_TRACK_TEXT}) {
+      EXPECT_EQ(Pull(parser, kind), Unit("", 0)) << kind;
+    }
+    EXPECT_EQ(log.Take("aviparser"),
+              "E Should not be HERE! set Default audio track|E Should not be HERE! set Default Text track|"
+              "E mTrackInfos cleared|E Error Case|");
+    EXPECT_EQ(source.reads.size(), reads);
+  }
+  destroyParser(parser);
 }
 
 }  // namespace

@@ -1,0 +1,144 @@
+// Who may include whom, read from the #include lines of the sources.
+#include <fnmatch.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Strings = std::vector<std::string>;
+
+struct Folder {
+  std::string name;
+  Strings mayInclude;
+};
+const Folder kFolders[] = {
+    {.name = "include", .mayInclude = {}},
+    {.name = "base", .mayInclude = {"include"}},
+    {.name = "source", .mayInclude = {"base", "include"}},
+    {.name = "avifile", .mayInclude = {"source", "base", "include"}},
+    {.name = "plugin", .mayInclude = {"avifile", "source", "base", "include"}},
+    {.name = "platform", .mayInclude = {}},
+    {.name = "tools/aviprobe", .mayInclude = {"include"}},
+};
+
+struct Exception {
+  std::string from, to;  // patterns
+};
+const Exception kExceptions[] = {
+    {.from = "plugin/entry.cpp", .to = "platform/properties.h"},
+    // The tree and index views show what no host can see.
+    {.from = "tools/aviprobe/core_view.cpp", .to = "avifile/*"},
+    {.from = "tools/aviprobe/core_view.cpp", .to = "source/*"},
+};
+
+const std::string kCoreDoor = "avifile/avi_file_parser.h";
+const Strings kCoreDoorUsers = {"avifile/*.cpp", "plugin/*.h", "tools/aviprobe/core_view.cpp",
+                                "tests/*",       "bench/*",    "fuzz/*"};
+
+bool Matches(const std::string& pattern, const std::string& path) {
+  return fnmatch(pattern.c_str(), path.c_str(), 0) == 0;
+}
+
+struct Include {
+  std::string from, to;  // paths below the project's folder
+  std::string where;     // file and line
+};
+
+/// The file of this project that an include line names, as a compiler would find it; empty for any other header.
+std::string Resolve(const fs::path& from, const std::string& name) {
+  const fs::path root = ZU_SOURCE_DIR;
+  for (const fs::path& folder : {from.parent_path(), root, root / "include"}) {
+    const fs::path file = (folder / name).lexically_normal();
+    if (fs::is_regular_file(file)) return file.lexically_relative(root).generic_string();
+  }
+  return "";
+}
+
+std::vector<Include> AllIncludes() {
+  static const std::regex kLine("^\\s*#\\s*include\\s*[\"<]([^\">]+)[\">].*");
+  std::vector<Include> includes;
+  for (const char* folder :
+       {"include", "base", "source", "avifile", "plugin", "platform", "tools", "tests", "bench", "fuzz"}) {
+    for (const auto& entry : fs::recursive_directory_iterator(fs::path(ZU_SOURCE_DIR) / folder)) {
+      const fs::path& path = entry.path();
+      if (path.extension() != ".h" && path.extension() != ".cpp") continue;
+      const std::string from = path.lexically_relative(ZU_SOURCE_DIR).generic_string();
+      std::ifstream in(path);
+      std::smatch found;
+      std::string line;
+      for (int number = 1; std::getline(in, line); ++number) {
+        if (!std::regex_match(line, found, kLine)) continue;
+        const std::string to = Resolve(path, found[1]);
+        if (!to.empty()) includes.push_back({from, to, from + ":" + std::to_string(number)});
+      }
+    }
+  }
+  return includes;
+}
+
+std::string FolderOf(const std::string& path) {
+  for (const Folder& folder : kFolders) {
+    if (path.starts_with(folder.name + "/")) return folder.name;
+  }
+  return path.substr(0, path.find('/'));
+}
+
+TEST(IncludeDirections, EachFolderIncludesOnlyThoseBelowIt) {
+  std::map<std::string, int> seen;
+  for (const Include& include : AllIncludes()) {
+    const std::string from = FolderOf(include.from), to = FolderOf(include.to);
+    const auto folder = std::find_if(std::begin(kFolders), std::end(kFolders), [&](auto& f) { return f.name == from; });
+    if (folder == std::end(kFolders)) continue;
+    ++seen[from];
+    const Strings& may = folder->mayInclude;
+    const bool allowed = from == to || std::find(may.begin(), may.end(), to) != may.end();
+    const bool excepted = std::any_of(std::begin(kExceptions), std::end(kExceptions), [&](const Exception& exception) {
+      return Matches(exception.from, include.from) && Matches(exception.to, include.to);
+    });
+    EXPECT_TRUE(allowed || excepted) << include.where << ": " << from << "/ may include " << testing::PrintToString(may)
+                                     << " and itself, not " << include.to;
+  }
+  for (const Folder& folder : kFolders) EXPECT_GT(seen[folder.name], 0) << "no includes found in " << folder.name;
+}
+
+TEST(IncludeDirections, TheCoreIsEnteredByItsDoor) {
+  for (const Include& include : AllIncludes()) {
+    if (include.to != kCoreDoor) continue;
+    EXPECT_TRUE(std::any_of(kCoreDoorUsers.begin(), kCoreDoorUsers.end(),
+                            [&](const std::string& user) { return Matches(user, include.from); }))
+        << include.where << " includes " << kCoreDoor << ", which only " << testing::PrintToString(kCoreDoorUsers)
+        << " may";
+  }
+}
+
+/// The first circle met from the last file of `path` on, as a path that ends where it began; empty when there is none.
+Strings Circle(const std::multimap<std::string, std::string>& includes, Strings path, Strings& done) {
+  const auto [first, last] = includes.equal_range(path.back());
+  for (auto it = first; it != last; ++it) {
+    if (std::find(done.begin(), done.end(), it->second) != done.end()) continue;
+    const auto begin = std::find(path.begin(), path.end(), it->second);
+    Strings next = path;
+    next.push_back(it->second);
+    if (begin != path.end()) return Strings(next.begin() + (begin - path.begin()), next.end());
+    if (Strings circle = Circle(includes, next, done); !circle.empty()) return circle;
+  }
+  done.push_back(path.back());
+  return {};
+}
+
+TEST(IncludeDirections, NoHeaderIncludesItselfByWayOfOthers) {
+  std::multimap<std::string, std::string> includes;
+  for (const Include& include : AllIncludes()) includes.emplace(include.from, include.to);
+  Strings done;
+  for (const auto& [from, to] : includes) EXPECT_EQ(Circle(includes, {from}, done), Strings());
+}
+
+}  // namespace
