@@ -5,41 +5,23 @@ namespace {
 
 TEST(AudioRead, TimesFollowBytesOrPositions) {
   const struct {
-    uint32_t tag, bytesPerSecond, scale, rate, sampleSize;
+    uint32_t tag, avg = 24000, scale = 1, rate, sampleSize = 4;
     uint32_t second, third;  // times behind 1000 and 4000 bytes
   } kRows[] = {
-      {.tag = 1, .bytesPerSecond = 24000, .scale = 1, .rate = 8000, .sampleSize = 4, .second = 41, .third = 166},
-      {.tag = 1, .bytesPerSecond = 0, .scale = 1, .rate = 128000, .sampleSize = 4, .second = 0, .third = 0},
-      {.tag = 0x2001,
-       .bytesPerSecond = 24000,
-       .scale = 1152,
-       .rate = 44100,
-       .sampleSize = 4,
-       .second = 26,
-       .third = 52},
-      {.tag = 0x2001,
-       .bytesPerSecond = 24000,
-       .scale = 1024,
-       .rate = 48000,
-       .sampleSize = 0,
-       .second = 21,
-       .third = 42},
-      {.tag = 0x2001,
-       .bytesPerSecond = 24000,
-       .scale = 1024,
-       .rate = 48000,
-       .sampleSize = 1,
-       .second = 41,
-       .third = 166},
-      {.tag = 0xFF, .bytesPerSecond = 24000, .scale = 1, .rate = 8, .sampleSize = 4, .second = 125, .third = 250},
-      {.tag = 0x1601, .bytesPerSecond = 24000, .scale = 1, .rate = 8, .sampleSize = 4, .second = 125, .third = 250},
-      {.tag = 0xFF, .bytesPerSecond = 24000, .scale = 1, .rate = 0, .sampleSize = 128, .second = 0, .third = 0},
-      {.tag = 0x2000, .bytesPerSecond = 0, .scale = 1000, .rate = 8000, .sampleSize = 4, .second = 125, .third = 250},
+      {.tag = 1, .rate = 8000, .second = 41, .third = 166},
+      {.tag = 1, .avg = 0, .rate = 128000, .second = 0, .third = 0},
+      {.tag = 0x2001, .scale = 1152, .rate = 44100, .second = 26, .third = 52},
+      {.tag = 0x2001, .scale = 1024, .rate = 48000, .sampleSize = 0, .second = 21, .third = 42},
+      {.tag = 0x2001, .scale = 1024, .rate = 48000, .second = 41, .third = 166},
+      {.tag = 0xFF, .rate = 8, .second = 125, .third = 250},
+      {.tag = 0x1601, .rate = 8, .second = 125, .third = 250},
+      {.tag = 0xFF, .rate = 0, .second = 0, .third = 0},
+      {.tag = 0x2000, .avg = 0, .scale = 1000, .rate = 8000, .second = 125, .third = 250},
   };
   for (const auto& row : kRows) {
     const StreamHeader header{.scale = row.scale, .rate = row.rate, .sampleSize = row.sampleSize};
     AviBuilder builder;
-    builder.Audio({.tag = row.tag, .rate = 48000, .bytesPerSecond = row.bytesPerSecond}, header);
+    builder.Audio({.tag = row.tag, .rate = 48000, .bytesPerSecond = row.avg}, header);
     CoreFile movie(builder.Chunk(0, Bytes(1000)).Chunk(0, Bytes(3000)).Chunk(0, "").OldIndex().Build());
     EXPECT_EQ((Units{movie.Audio(0), movie.Audio(0), movie.Audio(0)}),
               (Units{Unit(Bytes(1000), 0), Unit(Bytes(3000), row.second), Unit("", row.third)}))

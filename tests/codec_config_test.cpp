@@ -29,7 +29,6 @@ TEST(CodecConfig, AudioIsTheFormatsTailOrAllOfIt) {
     int status = 0;
   } kRows[] = {{.tag = 0x02, .size = 20, .from = 0},
                {.tag = 0x10, .size = 18, .from = 0},
-               {.tag = 0x11, .size = 20, .from = 0},
                {.tag = 0x12, .size = 20, .from = 0},
                {.tag = 0xFF, .size = 20},
                {.tag = 0xFF, .size = 19},

@@ -19,12 +19,14 @@ TEST(MainHeader, IsTakenOnceAtItsSizeAndWithinBounds) {
   const std::string again = "E [AVI] Another RIFF AVI -> skip another RIFF|";
   const std::string size = "E ERROR! ParseChunk() 'avih' not valid|";
   const std::string number = "E [AVI] m_aStream allocate Error -> ParseChunkAviHdr|";
+  const std::string failed = "E [AVI] Error -> ParseChunkAviHdr :: nRead(-5)|";
+  const std::string empty = "E [AVI] Error -> ParseChunkAviHdr :: nRead(0)|";
   const struct {
     const char* name;
     Bytes file;
+    Fault fault = kNoFault;  // of read 3: first, last, status, most
     int result;
     std::string log = {};  // its beginning
-    Fault fault = kNoFault;
   } kRows[] = {
       {.name = "twice", .file = File(avih, Join({avih, stream})), .result = 1, .log = again},
       {.name = "long", .file = File(Chunk("avih", Join({one, Bytes(4)})), stream), .result = 0, .log = size},
@@ -32,17 +34,9 @@ TEST(MainHeader, IsTakenOnceAtItsSizeAndWithinBounds) {
       {.name = "100 streams", .file = streams(100, 100), .result = 1},
       {.name = "101 streams", .file = streams(101, 101), .result = 0, .log = number},
       {.name = "a negative number of streams", .file = streams(0x80000000, 0), .result = 0, .log = number},
-      {.name = "failed read",
-       .file = streams(1, 1),
-       .result = 0,
-       .log = "E [AVI] Error -> ParseChunkAviHdr :: nRead(-5)|",
-       .fault = {.first = 3, .last = 3, .status = -5}},
-      {.name = "empty read",
-       .file = streams(1, 1),
-       .result = 0,
-       .log = "E [AVI] Error -> ParseChunkAviHdr :: nRead(0)|",
-       .fault = {.first = 3, .last = 3, .most = 0}},
-      {.name = "short read", .file = streams(1, 1), .result = 1, .fault = {.first = 3, .last = 3, .most = 25}},
+      {.name = "failed read", .file = streams(1, 1), .fault = {3, 3, -5}, .result = 0, .log = failed},
+      {.name = "empty read", .file = streams(1, 1), .fault = {3, 3, 0, 0}, .result = 0, .log = empty},
+      {.name = "short read", .file = streams(1, 1), .fault = {3, 3, 0, 25}, .result = 1},
   };
   for (const auto& row : kRows) {
     LogCapture log;

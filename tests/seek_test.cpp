@@ -14,46 +14,37 @@ void AddFrames(AviBuilder& builder, unsigned stream, uint8_t count, const Bytes&
 Unit Frame(uint8_t i, uint32_t ms) { return Unit(Bytes{i}, ms); }
 
 TEST(Seek, VideoGoesToTheKeyFrameThatTheModeAsksFor) {
+  const auto landed = [](uint8_t count, const Bytes& keys, uint32_t ms, int mode) {
+    AviBuilder builder;
+    AddFrames(builder.Video({}, {.rate = 10}), 0, count, keys);
+    CoreFile movie(builder.OldIndex().Build());
+    EXPECT_EQ(movie->SetStartTime(ms, nullptr, 0, AVI_TRACK_VIDEO, mode), 0);
+    return movie.Video(0);
+  };
+  const Bytes keys = {0, 4, 10, 14};
   const struct {
-    uint8_t count = 20;
-    Bytes keys = {0, 4, 10, 14};
     uint32_t ms;
     int mode;
-    uint8_t frame;
+    uint8_t frame;  // of 20
   } kRows[] = {
-      {.ms = 399, .mode = 0, .frame = 0},
-      {.ms = 400, .mode = 0, .frame = 4},
-      {.ms = 999, .mode = 0, .frame = 4},
-      {.ms = 99999, .mode = 0, .frame = 14},
-      {.ms = 0, .mode = 1, .frame = 0},
-      {.ms = 401, .mode = 1, .frame = 4},
-      {.ms = 500, .mode = 1, .frame = 10},
-      {.ms = 1100, .mode = 1, .frame = 14},
-      {.count = 19, .ms = 1100, .mode = 1, .frame = 10},
-      {.count = 19, .ms = 1400, .mode = 1, .frame = 14},
-      {.ms = 1500, .mode = 1, .frame = 14},
-      {.ms = 500, .mode = 4, .frame = 10},
-      {.ms = 500, .mode = -1, .frame = 10},
-      {.ms = 700, .mode = 2, .frame = 4},
-      {.ms = 701, .mode = 2, .frame = 10},
-      {.ms = 600, .mode = 3, .frame = 4},
-      {.count = 19, .ms = 1399, .mode = 2, .frame = 10},
-      {.ms = 1399, .mode = 2, .frame = 14},
-      {.keys = {7}, .ms = 300, .mode = 0, .frame = 0},
-      {.keys = {7}, .ms = 300, .mode = 1, .frame = 7},
-      {.keys = {}, .ms = 1200, .mode = 2, .frame = 0},
-      {.count = 4, .keys = {0, 2}, .ms = 100, .mode = 1, .frame = 0},
-      {.count = 6, .keys = {0, 2}, .ms = 100, .mode = 1, .frame = 0},
-      {.count = 8, .keys = {0, 2}, .ms = 100, .mode = 1, .frame = 2},
-  };
+      {.ms = 399, .mode = 0, .frame = 0},    {.ms = 400, .mode = 0, .frame = 4},   {.ms = 999, .mode = 0, .frame = 4},
+      {.ms = 99999, .mode = 0, .frame = 14}, {.ms = 0, .mode = 1, .frame = 0},     {.ms = 401, .mode = 1, .frame = 4},
+      {.ms = 500, .mode = 1, .frame = 10},   {.ms = 1100, .mode = 1, .frame = 14}, {.ms = 500, .mode = 4, .frame = 10},
+      {.ms = 1500, .mode = 1, .frame = 14},  {.ms = 500, .mode = -1, .frame = 10}, {.ms = 700, .mode = 2, .frame = 4},
+      {.ms = 701, .mode = 2, .frame = 10},   {.ms = 1399, .mode = 2, .frame = 14}, {.ms = 600, .mode = 3, .frame = 4}};
   for (const auto& row : kRows) {
-    SCOPED_TRACE(testing::Message() << row.ms << " ms of " << int{row.count} << " frames, mode " << row.mode);
-    AviBuilder builder;
-    AddFrames(builder.Video({}, {.rate = 10}), 0, row.count, row.keys);
-    CoreFile movie(builder.OldIndex().Build());
-    EXPECT_EQ(movie->SetStartTime(row.ms, nullptr, 0, AVI_TRACK_VIDEO, row.mode), 0);
-    EXPECT_EQ(movie.Video(0), Frame(row.frame, row.frame * 100u));
+    EXPECT_EQ(landed(20, keys, row.ms, row.mode), Frame(row.frame, row.frame * 100u)) << row.ms << " mode " << row.mode;
   }
+  EXPECT_EQ(landed(20, {7}, 300, 0), Frame(0, 0));
+  EXPECT_EQ(landed(20, {7}, 300, 1), Frame(7, 700));
+  EXPECT_EQ(landed(20, {}, 1200, 2), Frame(0, 0));
+  // The last five frames are no forward target.
+  EXPECT_EQ(landed(19, keys, 1100, 1), Frame(10, 1000));
+  EXPECT_EQ(landed(19, keys, 1399, 2), Frame(10, 1000));
+  EXPECT_EQ(landed(19, keys, 1400, 1), Frame(14, 1400));
+  EXPECT_EQ(landed(4, {0, 2}, 100, 1), Frame(0, 0));
+  EXPECT_EQ(landed(6, {0, 2}, 100, 1), Frame(0, 0));
+  EXPECT_EQ(landed(8, {0, 2}, 100, 1), Frame(2, 200));
 }
 
 TEST(Seek, EachKindMovesByItselfAndLaterVideosFollowTheFirst) {
@@ -134,35 +125,22 @@ const Sound kLong{{}, {.rate = 100, .sampleSize = 1}, {1, 99}}, kPcm{{}, kSized,
 
 TEST(Seek, AudioGoesByPositionsBlocksOrBytes) {
   const struct {
-    const char* name;
     Sound sound;
     uint32_t ms;
-    Cursor cursor;
-  } kRows[] = {
-      {.name = "frames", .sound = kFrames, .ms = 60, .cursor = {2, 0, 2}},
-      {.name = "frames", .sound = kFrames, .ms = 9999, .cursor = {4, 0, 4}},
-      {.name = "AC-3 of varying rate", .sound = kAc3Vbr, .ms = 250, .cursor = {2, 0, 2}},
-      {.name = "blocks", .sound = kBlocks, .ms = 99, .cursor = {0, 0, 0}},
-      {.name = "blocks", .sound = kBlocks, .ms = 400, .cursor = {3, 30, 4}},
-      {.name = "blocks", .sound = kBlocks, .ms = 599, .cursor = {4, 60, 5}},
-      {.name = "blocks", .sound = kBlocks, .ms = 5000, .cursor = {5, 61, 50}},
-      {.name = "blocks of no size", .sound = kUnaligned, .ms = 300, .cursor = {3, 30, 3}},
-      {.name = "PCM", .sound = kPcm, .ms = 499, .cursor = {0, 0, 0}},
-      {.name = "PCM", .sound = kPcm, .ms = 999, .cursor = {2, 20, 0}},
-      {.name = "PCM", .sound = kPcm, .ms = 1000, .cursor = {3, 40, 0}},
-      {.name = "PCM", .sound = kPcm, .ms = 2000, .cursor = {4, 60, 0}},
-      {.name = "Layer III", .sound = kMp3, .ms = 1000, .cursor = {2, 146, 2}},
-      {.name = "Layer III", .sound = kMp3, .ms = 9000, .cursor = {3, 147, 3}},
-      {.name = "Layer II", .sound = kMpeg, .ms = 1000, .cursor = {2, 114, 0}},
-      {.name = "AC-3", .sound = kAc3, .ms = 300, .cursor = {2, 35, 2}},
-      {.name = "AC-3", .sound = kAc3, .ms = 5000, .cursor = {4, 52, 4}},
-      {.name = "AC-3, a large chunk last", .sound = kGrowing, .ms = 1, .cursor = {0, 0, 0}},
-      {.name = "AAC", .sound = kAac, .ms = 250, .cursor = {2, 0, 0}},
-      {.name = "AAC", .sound = kAac, .ms = 0xFFFFFFFF, .cursor = {3, 0, 0}},
-  };
+    Cursor at;
+  } kRows[] = {{.sound = kFrames, .ms = 60, .at = {2, 0, 2}},   {.sound = kFrames, .ms = 9999, .at = {4, 0, 4}},
+               {.sound = kAc3Vbr, .ms = 250, .at = {2, 0, 2}},  {.sound = kUnaligned, .ms = 300, .at = {3, 30, 3}},
+               {.sound = kBlocks, .ms = 99, .at = {0, 0, 0}},   {.sound = kBlocks, .ms = 400, .at = {3, 30, 4}},
+               {.sound = kBlocks, .ms = 599, .at = {4, 60, 5}}, {.sound = kBlocks, .ms = 5000, .at = {5, 61, 50}},
+               {.sound = kPcm, .ms = 499, .at = {0, 0, 0}},     {.sound = kPcm, .ms = 999, .at = {2, 20, 0}},
+               {.sound = kPcm, .ms = 1000, .at = {3, 40, 0}},   {.sound = kPcm, .ms = 2000, .at = {4, 60, 0}},
+               {.sound = kMp3, .ms = 1000, .at = {2, 146, 2}},  {.sound = kMp3, .ms = 9000, .at = {3, 147, 3}},
+               {.sound = kMpeg, .ms = 1000, .at = {2, 114, 0}}, {.sound = kGrowing, .ms = 1, .at = {0, 0, 0}},
+               {.sound = kAc3, .ms = 300, .at = {2, 35, 2}},    {.sound = kAc3, .ms = 5000, .at = {4, 52, 4}},
+               {.sound = kAac, .ms = 250, .at = {2, 0, 0}},     {.sound = kAac, .ms = 0xFFFFFFFF, .at = {3, 0, 0}}};
   for (const auto& row : kRows) {
-    EXPECT_EQ(Sought(row.sound, row.sound, row.ms, false), std::pair(row.cursor, row.cursor))
-        << row.name << " at " << row.ms;
+    EXPECT_EQ(Sought(row.sound, row.sound, row.ms, false), std::pair(row.at, row.at))
+        << "row " << &row - kRows << " to " << row.ms;
   }
 }
 

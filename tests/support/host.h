@@ -35,11 +35,11 @@ class Host : public Film {
   Host& operator=(const Host&) = delete;
   IParser* operator->() const { return parser; }
 
-  Unit Video(unsigned long room = kHostBuffer, bool keyOnly = false) {
+  Unit Video(unsigned long room = kHostBuffer, bool keyOnly = false) const {
     return Pull(parser, AVI_TRACK_VIDEO, room, keyOnly);
   }
-  Unit Audio(unsigned long room = kHostBuffer) { return Pull(parser, AVI_TRACK_AUDIO, room); }
-  Unit Text(unsigned long room = kHostBuffer) { return Pull(parser, AVI_TRACK_TEXT, room); }
+  Unit Audio(unsigned long room = kHostBuffer) const { return Pull(parser, AVI_TRACK_AUDIO, room); }
+  Unit Text(unsigned long room = kHostBuffer) const { return Pull(parser, AVI_TRACK_TEXT, room); }
   /// The non-empty units that a track still gives, until it ends or nothing but empty ones come.
   Units Rest(uint32_t kind) const;
 
