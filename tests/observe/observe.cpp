@@ -138,6 +138,7 @@ int main(int argc, char** argv) {
     return MakeMutants(argv[2], argv[3], std::strtoul(argv[4], nullptr, 10), std::strtoul(argv[5], nullptr, 10));
   }
   g_full = argc > 4 && std::string(argv[1]) == "--full";
+  if (g_full) std::setvbuf(stdout, nullptr, _IOLBF, 0);  // nothing is lost with a process
   char** const first = argv + (g_full ? 4 : 1);
   if (argv + argc - first < 2) return std::fprintf(stderr, "usage: see the head of observe.cpp\n"), 2;
   void* const library = dlopen(fs::absolute(first[0]).c_str(), RTLD_NOW | RTLD_LOCAL);
