@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <array>
 
-#include "avifile/avi_file_parser.h"
+#include "plugin/delivery.h"
 #include "zu_parser_avi/codec_ids.h"
 #include "zu_parser_avi/track_info.h"
 
