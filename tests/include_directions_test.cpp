@@ -33,7 +33,7 @@ struct Exception {
   std::string from, to;  // patterns
 };
 const Exception kExceptions[] = {
-    {.from = "plugin/entry.cpp", .to = "platform/properties.h"},
+    {.from = "plugin/avi_parser.cpp", .to = "platform/properties.h"},
     // The tree and index views show what no host can see.
     {.from = "tools/aviprobe/core_view.cpp", .to = "avifile/*"},
     {.from = "tools/aviprobe/core_view.cpp", .to = "source/*"},
