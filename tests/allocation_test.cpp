@@ -4,8 +4,8 @@
 #include <memory>
 #include <set>
 
+#include "tests/support/elementary.h"
 #include "tests/support/heap_watch.h"
-#include "tests/support/host.h"
 #include "tests/support/log_capture.h"
 
 // Every allocation of an open and of what follows, failing in turn.
@@ -16,38 +16,19 @@ const std::set<int> kStatuses = {0, AVI_END_OF_STREAM, AVI_OUT_OF_MEMORY};
 
 AviFile EveryKindOfTrack() {
   const Bytes picture = Join({Bytes{0, 0, 1, 0, 0, 0x08}, "picture"});
-  return AviBuilder()
-      .Video({.fourcc = "mpg2"}, {.length = 4})
-      .Audio({.tag = 0x55, .rate = 44100, .bytesPerSecond = 16000, .blockAlign = 1, .bits = 0},
-             StreamHeader{.type = "auds", .rate = 16000, .sampleSize = 1})
-      .Audio({.tag = 0x2000, .rate = 48000, .bytesPerSecond = 24000, .blockAlign = 1, .bits = 0},
-             StreamHeader{.type = "auds", .rate = 24000, .sampleSize = 1})
-      .Audio()
-      .Video({.fourcc = "DXSA"})
-      .InStream(Chunk("strn", "Subtitle one"))
-      .Chunk(0, picture)
-      .Chunk(1, Bytes{0xFF, 0xFB, 0x90, 0})
-      .Chunk(2, Bytes{0x0B, 0x77, 0, 0, 0, 0x40})
-      .Chunk(3, Bytes(400, 7))
-      .Chunk(0, "the rest of it")
-      .Chunk(0, picture)
-      .Chunk(4, "text")
-      .OldIndex()
-      .Build();
+  AviBuilder builder;
+  builder.Video({.fourcc = "mpg2"}, {.length = 4});
+  builder.Audio(Coded(0x55, 44100, 16000)).Audio(Coded(0x2000, 48000, 24000)).Audio();
+  builder.Video({.fourcc = "DXSA"}).InStream(Chunk("strn", "Subtitle one"));
+  builder.Chunk(0, picture).Chunk(1, Bytes{0xFF, 0xFB, 0x90, 0}).Chunk(2, Bytes{0x0B, 0x77, 0, 0, 0, 0x40});
+  builder.Chunk(3, Bytes(400, 7)).Chunk(0, "the rest of it").Chunk(0, picture).Chunk(4, "text");
+  return builder.OldIndex().Build();
 }
 
 AviFile OpenDmlFile() {
-  return AviBuilder()
-      .Video()
-      .Audio()
-      .Chunk(0, "I0")
-      .Chunk(1, Bytes(64, 1))
-      .ChunkIndex(0)
-      .ChunkIndex(1)
-      .NextRiff()
-      .Chunk(0, "I1")
-      .ChunkIndex(0)
-      .Build();
+  AviBuilder builder;
+  builder.Video().Audio().Chunk(0, "I0").Chunk(1, Bytes(64, 1)).ChunkIndex(0).ChunkIndex(1);
+  return builder.NextRiff().Chunk(0, "I1").ChunkIndex(0).Build();
 }
 
 /// Opens, describes, configures, plays every track, seeks and closes. @return the allocations asked for.

@@ -49,22 +49,15 @@ T At(const void* record, size_t offset) {
 enum Streams : int { kText, kVideo, kAudio };
 
 AviFile Movie() {
-  return AviBuilder()
-      .Video({.fourcc = "DXSB"})
-      .Video({.fourcc = "XVID", .width = 640, .height = 352, .extra = {'V', 'O', 'L'}},
-             {.scale = 1001, .rate = 24000, .length = 4})
-      .Audio(
-          {.tag = 0xFF, .rate = 48000, .bytesPerSecond = 16000, .blockAlign = 1024, .bits = 0, .extra = {0x11, 0x90}},
-          StreamHeader{.scale = 1024, .rate = 48000})
-      .Chunk(kVideo, "I0")
-      .Chunk(kAudio, "a0")
-      .Chunk(kText, "[t0]")
-      .Chunk(kVideo, "P1", false)
-      .Chunk(kAudio, "a1")
-      .Chunk(kVideo, "I2")
-      .Chunk(kVideo, "P3", false)
-      .OldIndex()
-      .Build();
+  const VideoFormat xvid{.fourcc = "XVID", .width = 640, .height = 352, .extra = {'V', 'O', 'L'}};
+  const AudioFormat aac{
+      .tag = 0xFF, .rate = 48000, .bytesPerSecond = 16000, .blockAlign = 1024, .bits = 0, .extra = {0x11, 0x90}};
+  AviBuilder builder;
+  builder.Video({.fourcc = "DXSB"}).Video(xvid, {.scale = 1001, .rate = 24000, .length = 4});
+  builder.Audio(aac, StreamHeader{.scale = 1024, .rate = 48000});
+  builder.Chunk(kVideo, "I0").Chunk(kAudio, "a0").Chunk(kText, "[t0]").Chunk(kVideo, "P1", false);
+  builder.Chunk(kAudio, "a1").Chunk(kVideo, "I2").Chunk(kVideo, "P3", false);
+  return builder.OldIndex().Build();
 }
 
 TEST(AviParser, EverySlotOfTheParserAnswersAtItsNumber) {
@@ -254,17 +247,22 @@ TEST(AviParser, OpensAgainUntilItIsClosed) {
 TEST(AviParser, OnlyTheTakenVideoConfigurationOutlivesASecondOpen) {
   const Bytes sets = Join({"\0\0\0\1\x67S\0\0\0\1\x68P"}), idr = Join({"\0\0\0\1\x65I"});
   AviBuilder builder;
-  builder.Video({.fourcc = "H264", .extra = sets}, {.length = 2}).Video({.fourcc = "DXSB"}).Video({.fourcc = "DXSB"});
+  builder.Video({.fourcc = "H264", .extra = sets}, {.length = 3}).Video({.fourcc = "DXSB"}).Video({.fourcc = "DXSB"});
   builder.Audio({.tag = 0xFF}).Audio({.rate = 8000, .bytesPerSecond = 32000});
-  builder.Chunk(0, Join({sets, idr})).Chunk(0, idr).Chunk(1, "[one]").Chunk(2, "[two]").Chunk(3, "aac");
+  builder.Chunk(0, "P", false)
+      .Chunk(0, Join({sets, idr}))
+      .Chunk(0, idr)
+      .Chunk(1, "[one]")
+      .Chunk(2, "[two]")
+      .Chunk(3, "aac");
   const AviFile movie = builder.Chunk(4, Bytes(8000, 7)).OldIndex().Build();
   const auto expectTheBeginning = [&](const Host& host, const Bytes& secondPicture) {
     unsigned long ms = 0;
     host->GetDurationMs(&ms);
-    EXPECT_EQ(ms, 80u);
+    EXPECT_EQ(ms, 120u);
     EXPECT_EQ(host->GetTrackCount(), 5);
-    EXPECT_EQ(host.Video(), Unit(Join({sets, idr}), 0));
-    EXPECT_EQ(host.Video(), Unit(secondPicture, 40));
+    EXPECT_EQ(host.Video(), Unit(Join({sets, idr}), 40));
+    EXPECT_EQ(host.Video(), Unit(secondPicture, 80));
     EXPECT_EQ(host.Text(), Unit("[one]", 0));
     EXPECT_EQ(host.Audio(), Unit("aac", 0));
     host->SelectTextTrack(2);

@@ -92,12 +92,12 @@ TEST(ChunkScan, ABlockedSourceIsAskedAgain) {
   movie.faulty.Arm({.last = 0, .status = -5});  // the first search fails; the read itself makes another
   EXPECT_EQ(movie.FirstAudio(1), Unit("a0!", 0));
   for (const size_t nth : {0u, 1u}) {  // header, payload
-    movie.faulty.Arm({.first = nth, .last = nth, .status = -11});
+    movie.faulty.Arm(OnRead(nth, {.status = -11}));
     EXPECT_EQ(movie.Data(1), Unit("", kKept, 11)) << "read " << nth;
   }
   EXPECT_EQ(movie.Data(1), Got("a1!!"));
   movie->SetStartTime(0, nullptr, 0);
-  movie.faulty.Arm({.first = 4, .last = 4, .status = -11});  // looking for the next chunk: the track breaks off
+  movie.faulty.Arm(OnRead(4, {.status = -11}));  // looking for the next chunk: the track breaks off
   EXPECT_EQ(movie.Rest(1), Units{Got("a0!")});
 }
 

@@ -102,7 +102,7 @@ TEST(ChunkWalk, ADamagedSizeIsFollowedByASearchByteByByte) {
 
 TEST(ChunkWalk, TheSearchReadsAtEveryPositionOnceWhateverFails) {
   const Bytes file = Riff("AVI ", List("abcd", Join({Chunk("badd", ""), "abc", Chunk("JUNK", Bytes(1200))})));
-  CoreFile shortRead(file, {.first = 4, .last = 4, .most = 3});
+  CoreFile shortRead(file, OnRead(4, {.most = 3}));
   EXPECT_EQ(shortRead.result, 1);
   EXPECT_EQ(shortRead.source.reads,
             (std::vector<ReadCall>{{0, 12}, {12, 12}, {24, 12}, {32, 12}, {33, 3}, {34, 12}, {35, 12}, {35, 12}}));

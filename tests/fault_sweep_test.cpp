@@ -94,7 +94,7 @@ void ExpectPartOf(const Track& got, const Track& whole, const std::string& what)
 TEST_P(FaultSweep, AReadThatWouldBlockOnceCostsNothing) {
   if (!Indexed()) GTEST_SKIP() << "a scan takes the status for a position, and ends";
   for (size_t n = m_openReads; n < m_reads; ++n) {
-    const Outcome outcome = PlayWith({.first = n, .last = n, .status = AVI_SOURCE_WOULD_BLOCK});
+    const Outcome outcome = PlayWith(OnRead(n, {.status = AVI_SOURCE_WOULD_BLOCK}));
     ASSERT_EQ(outcome.video, m_whole.video) << n;
     ASSERT_EQ(outcome.audio, m_whole.audio) << n;
   }
@@ -103,7 +103,7 @@ TEST_P(FaultSweep, AReadThatWouldBlockOnceCostsNothing) {
 TEST_P(FaultSweep, AFailedReadMakesUpNoBytes) {
   for (const int status : {AVI_IO_ERROR, AVI_END_OF_STREAM, -5}) {
     for (size_t n = 0; n < m_reads; ++n) {
-      const Outcome outcome = PlayWith({.first = n, .last = n, .status = status});
+      const Outcome outcome = PlayWith(OnRead(n, {.status = status}));
       const std::string what = std::to_string(status) + " at read " + std::to_string(n);
       if (outcome.open != 0) {
         ASSERT_EQ(outcome.video, Track()) << what;
@@ -124,9 +124,9 @@ TEST_P(FaultSweep, ASourceThatStopsForGoodEndsEverything) {
 
 TEST_P(FaultSweep, ShortReadsAndFalseCountsAreSurvived) {
   for (size_t n = 0; n < m_reads; ++n) {
-    PlayWith({.first = n, .last = n, .most = 1});
-    PlayWith({.first = n, .last = n, .divide = 2});
-    PlayWith({.first = n, .last = n, .claim = 1000});
+    PlayWith(OnRead(n, {.most = 1}));
+    PlayWith(OnRead(n, {.divide = 2}));
+    PlayWith(OnRead(n, {.claim = 1000}));
   }
   PlayWith({.most = 1});
   PlayWith({.divide = 2});

@@ -27,7 +27,7 @@ TEST(Mp3Align, TheCursorMovesToAChunkWithASync) {
   CoreFile plain(movie({"x", "a\xFF\xFB", "junk.", "\xFF\xFB!!"}, false));
   plain.Data(0);
   for (const size_t nth : {0u, 1u}) {  // header, payload
-    plain.faulty.Arm({.first = nth, .last = nth, .status = -11});
+    plain.faulty.Arm(OnRead(nth, {.status = -11}));
     EXPECT_EQ(plain->FindFirstDataMP3(0), 11) << "read " << nth;
   }
   EXPECT_EQ(plain->FindFirstDataMP3(0), 0);  // skips a whole chunk and takes one without any sync as it is

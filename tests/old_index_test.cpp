@@ -40,7 +40,7 @@ TEST(OldIndex, EveryStreamGetsItsOwnChunksInFileOrder) {
   EXPECT_EQ(file.Index(3), (Entries{{m + 40, 12}, {m + 160, 0x80000012}}));
   EXPECT_EQ(file.Index(4), (Entries{{m + 100, 0x8000000F}}));
   EXPECT_TRUE(file->HasJunkInIndex());
-  EXPECT_EQ(file->GetStream(3)->pIndex->dwMaxChunkSize, 18u);
+  EXPECT_EQ(file.MaxChunkSize(3), 18u);
   std::string ids;  // not the stream's own but of entry 0, 1 and 2, for each pair of streams
   for (int i = 0; i < 5; ++i) ids += static_cast<char>(file->GetStream(i)->dwChunkId >> 8 & 0xFF);
   EXPECT_EQ(ids, "00113");

@@ -43,6 +43,10 @@ TEST(OpenDmlIndex, AnIndexChunkIsTakenAsItSaysOrNotAtAll) {
   const Bytes fields = Join({Le32(8), Le32(5), Le32(9), Le32(20), Le32(0x80001000), Le32(21)});
   const std::string width = "E ERROR! ParseChunkNewIdx()AVI_INDEX_OF_CHUNKS (";
   const std::string known = ") SAVIFieldIndexEntry (12) SAVIStdIndexEntry (8)|" + kNotRead;
+  const std::string narrow = "E ERROR! ParseChunkNewIdx()AVI_INDEX_OF_INDEXES (8) != (16)|";
+  const std::string noRoom = "E [AVI] aSupIdx allocate Error -> ParseChunkNewIdx|";
+  const std::string cut = "E [ParseChunkNewIdx] dwSize : 40|";
+  const std::string failed = "W [AVI] aFieldIdx/aStdIdx fread fail -> ParseChunkNewIdx :: nRead(-5)|";
   const struct {
     const char* name;
     Bytes indx;
@@ -56,9 +60,7 @@ TEST(OpenDmlIndex, AnIndexChunkIsTakenAsItSaysOrNotAtAll) {
       {.name = "fields, but standard", .indx = Index({3, 0, 1}, 2, "00dc", 1000, fields), .log = width + "12" + known},
       {.name = "wide", .indx = Index({4, 1, 1}, 2, "00dc", 1000, fields), .log = width + "16" + known},
       {.name = "unknown type", .indx = Index({2, 0, 2}, 2, "00dc", 1000, standard)},
-      {.name = "narrow super index",
-       .indx = Index({2, 0, 0}, 2, "00dc", 0, standard),
-       .log = "E ERROR! ParseChunkNewIdx()AVI_INDEX_OF_INDEXES (8) != (16)|"},
+      {.name = "narrow super index", .indx = Index({2, 0, 0}, 2, "00dc", 0, standard), .log = narrow},
       {.name = "largest base", .indx = ChunkIndex(1, 0x7FFFFFFEFFFFFFFF), .entries = {{0x7FFFFFFF00000007, 5}}},
       {.name = "larger base", .indx = ChunkIndex(1, 0x7FFFFFFF00000000), .log = kNotRead},
       {.name = "empty", .indx = ChunkIndex(0), .log = kNotRead},
@@ -66,21 +68,10 @@ TEST(OpenDmlIndex, AnIndexChunkIsTakenAsItSaysOrNotAtAll) {
        .indx = Index({2, 0, 1}, 30, "00dc", 0, standard),
        .log = "W [AVI] aStdIdx allocate fail -> ParseChunkNewIdx|" + kNotRead},
       {.name = "more chunks than the file could hold", .indx = Index({2, 0, 1}, 0x20000001, "00dc", 0, standard)},
-      {.name = "more indexes than bytes",
-       .indx = Index({4, 0, 0}, 99, "00dc", 0, fields),
-       .log = "E [AVI] aSupIdx allocate Error -> ParseChunkNewIdx|"},
-      {.name = "short header",
-       .indx = ChunkIndex(2),
-       .log = "E [ParseChunkNewIdx] dwSize : 40|",
-       .fault = {.first = 10, .last = 10, .most = 23}},
-      {.name = "short table",
-       .indx = ChunkIndex(2),
-       .entries = {{1008, 5}},
-       .fault = {.first = 11, .last = 11, .most = 15}},
-      {.name = "failed table",
-       .indx = ChunkIndex(2),
-       .log = "W [AVI] aFieldIdx/aStdIdx fread fail -> ParseChunkNewIdx :: nRead(-5)|",
-       .fault = {.first = 11, .last = 11, .status = -5}},
+      {.name = "more indexes than bytes", .indx = Index({4, 0, 0}, 99, "00dc", 0, fields), .log = noRoom},
+      {.name = "short header", .indx = ChunkIndex(2), .log = cut, .fault = OnRead(10, {.most = 23})},
+      {.name = "short table", .indx = ChunkIndex(2), .entries = {{1008, 5}}, .fault = OnRead(11, {.most = 15})},
+      {.name = "failed table", .indx = ChunkIndex(2), .log = failed, .fault = OnRead(11, {.status = -5})},
   };
   const std::string ignored = "E INFO! ParseChunk() 'idx1' not parsed(new index already parsed)|";
   for (const auto& row : kRows) {
@@ -91,7 +82,7 @@ TEST(OpenDmlIndex, AnIndexChunkIsTakenAsItSaysOrNotAtAll) {
     const bool taken = !row.entries.empty();
     EXPECT_EQ(file.Index(0), taken ? row.entries : old);
     EXPECT_EQ(file->GetIndexType(), taken ? 2u : 1u);
-    EXPECT_EQ(file->GetStream(0)->pIndex->dwMaxChunkSize, !taken ? 7u : row.entries == two ? 4096u : 5u);
+    EXPECT_EQ(file.MaxChunkSize(0), !taken ? 7u : row.entries == two ? 4096u : 5u);
     EXPECT_EQ(log.Take(), row.log + (taken ? ignored : kFailed));
   }
 }

@@ -165,7 +165,7 @@ TEST(Seek, AllStreamsAtOnceShareOneSumOfBytes) {
 }
 
 TEST(Seek, ALongIndexGivesWhatAStraightWalkGives) {
-  constexpr size_t kEntries = 2000;  // of an index whose sums are kept for every 256th
+  constexpr size_t kEntries = 2048;  // sums are kept for every 256th and, here, for the end
   Bytes index;
   std::vector<uint32_t> sizes;
   for (size_t i = 0; i < kEntries; ++i) {

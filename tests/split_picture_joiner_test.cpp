@@ -26,7 +26,7 @@ TEST(SplitPictureJoiner, ChunksAreJoinedFromTheFirstPictureToTheLast) {
             (Units{kNone, kNone, NoMore(), kLastTwo}));
   for (size_t nth = 0; nth < 8; ++nth) {  // of four looks at chunks and four reads one is blocked
     CoreFile movie(FourPictures());
-    movie.faulty.Arm({.first = nth, .last = nth, .status = -11});
+    movie.faulty.Arm(OnRead(nth, {.status = -11}));
     Units units = {movie.Data(0), movie.Data(0), movie.Data(0), movie.Data(0), movie.Data(0)};
     EXPECT_EQ(std::erase(units, Unit("", kKept, 11)), 1u) << nth;
     EXPECT_EQ(units, (Units{kNone, kNone, kFirstTwo, kLastTwo})) << nth;

@@ -57,11 +57,11 @@ TEST(StreamHeader, AFailedReadDropsOneRecordAndAShortOneReadsZeros) {
     EXPECT_EQ(log.Take(), line) << "read " << fault.first;
   };
   // Read 6 is of strh, 8 of strf.
-  expect({.first = 6, .last = 6, .status = -5}, "0:0@0 0ms",
+  expect(OnRead(6, {.status = -5}), "0:0@0 0ms",
          "E [AVI] Error -> ParseChunkStrHdr :: nRead(-5)|E ERROR! ParseStrf: strh is NULL!!!|");
-  expect({.first = 6, .last = 6, .most = 24}, "5:320@0 0ms", "");
-  expect({.first = 8, .last = 8, .status = -5}, "0:0@25 0ms", "E [AVI] Error -> VIDEO ParseChunkStrFmt :: nRead(-5)|");
-  expect({.first = 8, .last = 8, .most = 19}, "0:320@25 0ms", "");
+  expect(OnRead(6, {.most = 24}), "5:320@0 0ms", "");
+  expect(OnRead(8, {.status = -5}), "0:0@25 0ms", "E [AVI] Error -> VIDEO ParseChunkStrFmt :: nRead(-5)|");
+  expect(OnRead(8, {.most = 19}), "0:320@25 0ms", "");
 }
 
 TEST(StreamHeader, MpegAudioHasARateOfItsOwnAndMayVary) {

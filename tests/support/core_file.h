@@ -53,6 +53,11 @@ class CoreFile : public Film {
     }
     return entries;
   }
+  /// Of the stream's index; 0 without one.
+  uint32_t MaxChunkSize(int stream) {
+    const SAVIStream* const record = m_file.GetStream(stream);
+    return record && record->pIndex ? record->pIndex->dwMaxChunkSize : 0;
+  }
   SAVIInfo Info(int stream = 0) {
     SAVIInfo info = {};
     m_file.GetMoviInfo(&info, stream);

@@ -60,6 +60,9 @@ struct Fault {
   uint64_t claim = 0;          ///< says that it delivered so many bytes more than wanted
 };
 
+/// The fault for one read alone.
+inline Fault OnRead(size_t number, Fault fault) { return fault.first = fault.last = number, fault; }
+
 /// Another source with a fault.
 class FaultySource : public IDataSource {
  public:
