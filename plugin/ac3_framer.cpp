@@ -78,7 +78,7 @@ void Ac3Framer::TakeEAC3Header(const STrackInput& in, const unsigned char* front
 
 Ac3Framer::ESync Ac3Framer::FindSyncWord(const STrackInput& in, unsigned char* buf, uint32_t* start, uint32_t end) {
   const uint32_t held = end - *start;
-  if (held < 4) {
+  if (!buf || held < 4) {
     AVI_LOGE("[DetectedAC3StartCode] unavailable value - [%lu]", static_cast<unsigned long>(held));
     return ESync::kTooShort;
   }

@@ -38,7 +38,7 @@ bool MpegAudioFramer::AcceptsHeader(const STrackInput& in, const unsigned char* 
 }
 
 bool MpegAudioFramer::DetectedMp3StartCode(const STrackInput& in, unsigned char* buf, uint32_t* len) {
-  if (*len < 4) {
+  if (!buf || *len < 4) {
     AVI_LOGE("[DetectedMp3StartCode] unavailable value - [%lu]", static_cast<unsigned long>(*len));
     return false;
   }

@@ -37,8 +37,8 @@ void VideoPath::GetVideoConfig(const STrackInput& in, SDelivery* out) {
 
 int VideoPath::GetVideoData(const STrackInput& in, SDelivery* out, bool keyOnly) {
   const int status = PullVideo(in, out, keyOnly);
-  if (status != 0) return status;
-  if (in.file && in.file->IsSplitVideo()) mMpeg2Split = true;
+  if (status != 0 || !in.file) return status;
+  if (in.file->IsSplitVideo()) mMpeg2Split = true;
   if (mMpeg2Split) return ResyncSplitVideo(in, out, keyOnly);
   if (!mVideoConfigReady && in.Codec() == AVI_CODEC_H264) PrependConfig(in, out);
   return 0;
