@@ -10,10 +10,6 @@
 
 namespace {
 
-uint32_t SuggestedBufferSize(const SAVIStream* record) {
-  return record->m_pStrh ? record->m_pStrh->dwSuggestedBufferSize : 0;
-}
-
 void DescribeAudio(const SAVIStream* record, SAVIInfo* pInfo) {
   pInfo->bHasAudio = 1;
   pInfo->dwAudioType = record->nStreamType;
@@ -22,7 +18,6 @@ void DescribeAudio(const SAVIStream* record, SAVIInfo* pInfo) {
   pInfo->dwSampleRate = SamplesPerSec(record);
   pInfo->dwBitsPerSample = StrfU16(record, kWaveBitsPerSample);
   pInfo->dwBlockAlign = BlockAlign(record);
-  pInfo->dwAudioBufSize = SuggestedBufferSize(record);
   const uint32_t behindHeader =
       record->m_nStrfSize > kWaveHeaderBytes ? record->m_nStrfSize - static_cast<uint32_t>(kWaveHeaderBytes) : 0;
   pInfo->dwExtraSize = std::min<uint32_t>(StrfU16(record, kWaveCbSize), behindHeader);
@@ -35,7 +30,6 @@ void DescribeVideo(const SAVIStream* record, SAVIInfo* pInfo) {
   pInfo->wWidth = StrfU16(record, kBitmapWidth);
   pInfo->wHeight = StrfU16(record, kBitmapHeight);
   pInfo->nFrameRate = Truncate<int32_t>(record->fFramePerSec);
-  pInfo->dwVideoBufSize = SuggestedBufferSize(record);
 }
 
 // The codecs whose files carry bitmap subtitles.

@@ -112,7 +112,6 @@ struct SAVIInfo {
   uint32_t dwSampleRate;  ///< Hz
   uint32_t dwBitsPerSample;
   uint32_t dwBlockAlign;
-  uint32_t dwAudioBufSize;
   uint32_t dwExtraSize;
   const uint8_t* pExtraData;  ///< null when dwExtraSize is 0
   uint8_t bHasVideo;
@@ -120,7 +119,6 @@ struct SAVIInfo {
   uint16_t wWidth;
   uint16_t wHeight;
   int32_t nFrameRate;
-  uint32_t dwVideoBufSize;
   uint32_t bSubtitle;
   uint32_t bSubtitleAlpha;
   const char* pSubtitleName;

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "avifile/format_fields.h"
+#include "avifile/mpeg_audio_header.h"
 #include "avifile/sample_time.h"
 #include "base/checked_math.h"
 #include "base/limits.h"
@@ -73,7 +74,7 @@ float SetMpegSampleSize(SAVIStream* record) {
   const bool mpeg = record->nStreamType == STREAM_TYPE_MP3 || record->nStreamType == STREAM_TYPE_MPEG_AUDIO;
   const uint32_t rate = SamplesPerSec(record);
   if (!mpeg || SampleSize(record) == 0 || rate == 0) return 0;
-  const uint64_t product = uint64_t{AvgBytesPerSec(record)} * (IsMpeg1SampleRate(rate) ? 1152u : 576u);
+  const uint64_t product = uint64_t{AvgBytesPerSec(record)} * (Layer3FrameSamples(rate));
   record->m_pStrh->dwSampleSize =
       static_cast<uint32_t>(std::min<uint64_t>(product / rate, std::numeric_limits<uint32_t>::max()));
   return static_cast<float>(product) / static_cast<float>(rate);

@@ -5,6 +5,7 @@
 #include "avifile/codec_table.h"
 #include "avifile/format_fields.h"
 #include "avifile/header_reader.h"
+#include "avifile/mpeg_audio_header.h"
 #include "base/log.h"
 #include "zu_parser_avi/stream_types.h"
 
@@ -45,7 +46,7 @@ bool IsFrameOfSamples(uint32_t blockAlign) { return blockAlign == 384 || blockAl
 float MpegFrameRate(const SAVIStream* stream, uint16_t tag) {
   const uint32_t rate = SamplesPerSec(stream);
   const uint32_t blockAlign = BlockAlign(stream);
-  uint32_t samples = tag == kTagMpegAudio || IsMpeg1SampleRate(rate) ? 1152 : 576;
+  uint32_t samples = tag == kTagMpegAudio ? MpegFrameSamples(false) : Layer3FrameSamples(rate);
   if (SampleSize(stream) == 0 && IsFrameOfSamples(blockAlign)) samples = blockAlign;
   return static_cast<float>(static_cast<double>(rate) / samples);
 }

@@ -22,33 +22,28 @@ constexpr uint32_t FourCC(const char (&s)[5]) {
          uint32_t{static_cast<uint8_t>(s[2])} << 16 | uint32_t{static_cast<uint8_t>(s[3])} << 24;
 }
 
-/// Cursor over little-endian bytes in memory. Reading past the end yields 0 and clears ok(), so a record is decoded
-/// straight through and tested once. Keeps no copy of the bytes.
+/// Cursor over little-endian bytes in memory. Reading past the end yields 0, so a record is decoded straight through.
+/// Keeps no copy of the bytes.
 class LeReader {
  public:
   LeReader(const uint8_t* bytes, size_t size) : m_pNext(bytes), m_nLeft(size) {}
-  uint8_t U8() { return static_cast<uint8_t>(Take(1)); }
   uint16_t U16() { return static_cast<uint16_t>(Take(2)); }
-  uint32_t U32() { return static_cast<uint32_t>(Take(4)); }
-  uint64_t U64() { return Take(8); }
-  bool ok() const { return m_bOk; }
+  uint32_t U32() { return Take(4); }
 
  private:
-  uint64_t Take(size_t count) {
+  uint32_t Take(size_t count) {
     if (count > m_nLeft) {
-      m_bOk = false;
       m_nLeft = 0;
       return 0;
     }
-    uint64_t value = 0;
-    for (size_t i = 0; i < count; ++i) value |= uint64_t{m_pNext[i]} << (8 * i);
+    uint32_t value = 0;
+    for (size_t i = 0; i < count; ++i) value |= uint32_t{m_pNext[i]} << (8 * i);
     m_pNext += count;
     m_nLeft -= count;
     return value;
   }
   const uint8_t* m_pNext;
   size_t m_nLeft;
-  bool m_bOk = true;
 };
 
 constexpr ptrdiff_t kNotFound = -1;
