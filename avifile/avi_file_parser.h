@@ -31,7 +31,8 @@ class CAVIFileParser {
   int Init(AVISourceReader* reader);
   /// Drops everything parsed. @return 1
   int Destroy() { return Init(nullptr); }
-  /// Walks the file from the reader's position. @param bSkipIndex 1 leaves indexes unparsed.
+  /// Walks the file from the position of the reader that Init bound, everything found before dropped. @param bSkipIndex
+  /// 1 leaves indexes unparsed.
   /// @return 1, the reader back where it was; 0 when the file is refused. What was found stays until Destroy.
   int Parse(unsigned char bSkipIndex);
   int ParseAVI(unsigned char bSkipIndex) { return Parse(bSkipIndex); }

@@ -18,12 +18,15 @@ class ConfigReader {
   /// Null `buffer`: 0, `length` left alone. MPEG audio has none; ADPCM has its whole format.
   unsigned char GetAudioSpecificInfo(int stream, uint8_t* buffer, uint32_t* length, uint32_t capacity) const;
   /// What stands behind the last video format parsed, whatever `stream`; without that, of an indexed MPEG-4 Part 2
-  /// stream, the VOL header in front of its first picture, or one made up. Where nothing is found `length` stays.
+  /// stream, the VOL header in front of its first picture, or one made up. Without any video format `length` stays;
+  /// else it is 0 where nothing is found.
   unsigned char GetVideoSpecificInfo(int stream, uint8_t* buffer, uint32_t* length, uint32_t capacity);
-  /// H.264 only: what lies in front of the first IDR slice. `buffer` needs AVI_CONFIG_SCRATCH bytes at most.
+  /// H.264: what lies in front of the first IDR slice. Any other codec: 1, `length` left alone. `buffer` needs
+  /// AVI_CONFIG_SCRATCH bytes at most.
   unsigned char GetCodecSpecificInfo(int stream, uint8_t* buffer, uint32_t* length, uint32_t capacity);
 
  private:
+  /// For GetVideoSpecificInfo, `*length` being 0.
   unsigned char ConfigFromFirstFrame(const SAVIStream* stream, uint8_t* buffer, uint32_t* length, uint32_t capacity);
 
   FileView& m_File;

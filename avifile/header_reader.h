@@ -7,7 +7,7 @@
 #include "avifile/movie.h"
 
 /// One handler per header chunk: "avih", "strh", "strf", "strd", "strn". Owns nothing: what it keeps goes to the movie,
-/// after everything that can fail has been done, so that a refused chunk leaves the movie as it was.
+/// after size, memory and bytes were found good. What fails then (a copy of the format) leaves the rest taken.
 /// A handler finds the file at the chunk's data, `size` bytes, and `node` in the walk's hands.
 class HeaderReader {
  public:

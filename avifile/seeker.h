@@ -37,6 +37,7 @@ class Seeker {
   void SeekVideoStream(int stream, SAVIStream* record, uint32_t dwTime, unsigned char bSeekForward, int nSeekMode,
                        uint32_t* time);
   static void SeekAllVideoStream(SAVIStream* record, unsigned char bSeekForward, uint32_t* time);
+  /// @param bytes [in, out] the sum that earlier streams left. @return false when the position is the stream's end.
   static bool SeekAllAudioStream(SAVIStream* record, uint32_t time, uint64_t* bytes);
   static uint32_t FindAllCbrIndex(SAVIStream* record, uint32_t time, uint64_t* bytes);
   void MoveAllToEnd();

@@ -25,6 +25,8 @@ class SplitPictureJoiner {
   int Read(SAVIStream* record, const SIndexEntry& entry, const SChunkRead& read);
 
  private:
+  /// Searches what is new in the buffer, and notes the first picture start. @return position of the last other one;
+  /// -1: none.
   int32_t FindLastPicture();
   void DropFront(uint32_t count);
 

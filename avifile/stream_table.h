@@ -18,8 +18,8 @@ class StreamTable {
   StreamTable& operator=(const StreamTable&) = delete;
   ~StreamTable();
 
-  /// Makes records for `streams` streams and puts a walk in front of the first one. The number is kept even when they
-  /// cannot be made. @return false without memory and beyond AVI_MAX_STREAMS.
+  /// Once: makes records for `streams` streams and puts a walk in front of the first one. The number is kept even when
+  /// they cannot be made. @return false without memory and beyond AVI_MAX_STREAMS.
   bool Declare(uint32_t streams);
   bool IsDeclared() const { return m_aStream != nullptr; }
   /// As declared: any number, a negative one too, with or without records.
@@ -49,9 +49,10 @@ class StreamTable {
     if (stream >= 0 && stream < AVI_VBR_STREAMS) m_abVBR[static_cast<size_t>(stream)] = true;
   }
 
-  /// Makes room for the copies of formats. @return false without memory: none is kept then.
+  /// Once: makes room for the copies of formats. @return false without memory: none is kept then.
   bool AllocateFormats();
-  /// Keeps a copy of the current stream's format. @return false without memory.
+  /// Keeps a copy of the current stream's format, which is parsed, in place of an earlier one. @return false without
+  /// memory or without a current stream.
   bool KeepFormat();
   /// The copy; null data when there is none.
   SStrfData Format(int stream) const { return At(stream) && m_StrfData ? m_StrfData[stream] : SStrfData{}; }

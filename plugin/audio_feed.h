@@ -23,6 +23,7 @@ class AudioFeed {
                     SDelivery* out);
 
  private:
+  // They retry empty reads and return the file's own status; a fatal one leaves the restart flag.
   int ReadFirst(const STrackInput& in, SDelivery* out, uint32_t* time);
   static int ReadNext(const STrackInput& in, SDelivery* out, uint32_t* time);
 

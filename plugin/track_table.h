@@ -16,7 +16,8 @@ class TrackTable {
  public:
   /// Makes the records and lists the streams of each kind. Clear goes before. @return false: out of memory.
   bool ListTracks(const CAVIFileParser& file);
-  /// Describes every stream and gets `audio` ready for them. An AC-3 track's first chunk is read and its cursor moved.
+  /// Describes every stream and gets `audio` ready for them. An AC-3 track's first chunk is read and its cursor moved:
+  /// all streams stand at 0 before.
   void MapTrackInfos(CAVIFileParser* file, AudioPath* audio);
   /// Frees the records and makes everything anew. Explicit, because a parser destroyed without Close keeps them.
   void Clear();

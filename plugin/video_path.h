@@ -29,6 +29,7 @@ class VideoPath {
   void DropBFrameAfterFirst(const STrackInput& in, SDelivery* out);
   int PullVideo(const STrackInput& in, SDelivery* out, bool keyOnly);
   void PrependConfig(const STrackInput& in, SDelivery* out);
+  /// Drops the picture in `out` as long as its kind cannot be decoded, and reads on for an I picture if one is due.
   int ResyncSplitVideo(const STrackInput& in, SDelivery* out, bool keyOnly);
 
   bool mVideoRestart = true;  // the next read is the first after open or a seek
