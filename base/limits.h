@@ -24,16 +24,21 @@ constexpr uint64_t AVI_INDEX_READ_FACTOR = 4;           // OpenDML tables read i
 constexpr int AVI_MAX_INDEX_LEVELS = 2;                 // a super index inside a super index is ignored
 constexpr uint64_t AVI_MAX_FIRST_FRAME = 16ull << 20;   // temporary frames while the file's length is not known
 
-constexpr int AVI_EMPTY_LIMIT = 1000;           // empty chunks in one scan
-constexpr uint32_t AVI_CARRY_BYTES = 1u << 20;  // each audio carry-over buffer
-constexpr uint32_t AVI_SPLIT_BYTES = 1u << 20;  // the buffer that re-joins split pictures
-constexpr uint32_t AVI_CONFIG_SCRATCH = 1000;   // bytes searched for H.264 parameter sets
-constexpr uint32_t AVI_SEEK_MARGIN = 5;         // last entries that are never a forward target
-constexpr int AVI_FIRST_RETRIES = 10;           // further reads when the first one is empty
-constexpr int AVI_NEXT_RETRIES = 20;            // further reads when a later one is empty
-constexpr int AVI_FRAMER_TRIES = 10;            // empty frames before the host gets a zero-length success
-constexpr int AVI_RESYNC_PICTURES = 50;         // pictures read in search of an I picture
-constexpr uint32_t AVI_STRAY_BYTES = 3;         // bytes between two frames that travel with the first
+constexpr int AVI_EMPTY_LIMIT = 1000;                 // empty chunks in one scan
+constexpr uint32_t AVI_CARRY_BYTES = 1u << 20;        // each audio carry-over buffer
+constexpr uint32_t AVI_SPLIT_BYTES = 1u << 20;        // the buffer that re-joins split pictures
+constexpr uint32_t AVI_CONFIG_SCRATCH = 1000;         // bytes searched for H.264 parameter sets
+constexpr uint32_t AVI_SEEK_MARGIN = 5;               // last entries that are never a forward target
+constexpr int AVI_FIRST_RETRIES = 10;                 // further reads when the first one is empty
+constexpr int AVI_NEXT_RETRIES = 20;                  // further reads when a later one is empty
+constexpr int AVI_FRAMER_TRIES = 10;                  // empty frames before the host gets a zero-length success
+constexpr uint32_t AVI_SYNC_SEARCH_BYTES = 1u << 20;  // searched for a frame header by one of these tries
+constexpr uint32_t AVI_SYNC_SEARCH_CHUNKS = 1000;     // the same in chunks, which may be of a byte each
+constexpr int AVI_RESYNC_PICTURES = 50;               // pictures read in search of an I picture
+constexpr uint32_t AVI_STRAY_BYTES = 3;               // bytes between two frames that travel with the first
+
+constexpr uint32_t AVI_LINES_PER_DELIVERY = 100;  // of a text about a frame header, in one call for audio
+constexpr uint32_t AVI_LINES_PER_WALK = 1000;     // of a text that a damaged file repeats, in one walk
 
 constexpr uint32_t AVI_PCM_BLOCK = 16384;      // bytes per delivered PCM block
 constexpr uint32_t AVI_PROBE_PIECE = 8;        // bytes per read in search of an AC-3 sync word

@@ -19,7 +19,7 @@ int ReadDebugLevel() {
 }  // namespace
 
 AVIParser::AVIParser() {
-  debug_level = ReadDebugLevel();  // of all parsers in the process: the last one made sets it
+  SetDebugLevel(ReadDebugLevel());  // of all parsers in the process: the last one made sets it
   mFileParser.reset(new (std::nothrow) CAVIFileParser);
 }
 
