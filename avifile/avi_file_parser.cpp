@@ -29,7 +29,6 @@ int CAVIFileParser::Parse(unsigned char bSkipIndex) {
   SMovie& movie = m_Open->movie;
   const long start = file.Tell();
   const long end = file.AskLength();
-  file.SetLength(end);
   const int result = ChunkWalker(file, movie, bSkipIndex).ParseChild(nullptr, CheckedSub<long>(end, start));
   const int declared = movie.streams.DeclaredCount();
   const int streams = CheckedAdd<int>(movie.streams.Current(), 1);

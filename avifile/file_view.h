@@ -23,7 +23,7 @@ class FileView {
   /// Back to the start of the header just read.
   void StepBackOverHeader() { Skip(-static_cast<long>(kRiffHeaderBytes)); }
 
-  /// Every byte of the file that is not a chunk's header comes through here. @param buf  `size` bytes of the caller's.
+  /// Every byte of the file comes through here. @param buf  `size` bytes of the caller's.
   /// @return bytes delivered, possibly fewer than `size`; 0 at the end; the source's negative status.
   int Read(void* buf, uint32_t size) { return m_pReader->AVI_fread(buf, size, 1); }
   /// Reads FourCC, size and the four bytes behind them, which are a list's form type or a chunk's first data.
@@ -45,23 +45,17 @@ class FileView {
   bool IsStreaming() const { return m_pReader->AVI_IsStreamingSource() != 0; }
   /// Asks the source. @return the end of readable data; 0 when it is not known.
   long AskLength() { return m_pReader->AVI_FileLength_hdl(); }
-  /// What Rest goes by from now on; 0 or less: not known.
-  void SetLength(int64_t length) { m_llFileSize = length; }
-  /// A source without an end is read as far as the file's own size says.
-  void LimitTo(uint32_t riffSize) {
-    SetLength(riffSize);
-    m_pReader->AVI_FileGroupSize_set(riffSize);
-  }
-  /// Bytes of the file from `offset` on; `unknown` when its length is not known.
+  /// A source without an end is read as far as the file's own size says, which is a claim and no length.
+  void LimitTo(uint32_t riffSize) { m_pReader->AVI_FileGroupSize_set(riffSize); }
+  /// Bytes of the file from `offset` on, by the length that the source told last; `unknown` when it has none.
   uint64_t Rest(uint64_t offset, uint64_t unknown) const {
-    if (m_llFileSize <= 0) return unknown;
-    const uint64_t size = static_cast<uint64_t>(m_llFileSize);
+    const uint64_t size = static_cast<uint64_t>(m_pReader->KnownLength());
+    if (size == 0) return unknown;
     return offset < size ? size - offset : 0;
   }
 
  private:
   AVISourceReader* m_pReader;
-  int64_t m_llFileSize = 0;
 };
 
 #endif  // ZU_AVIFILE_FILE_VIEW_H_

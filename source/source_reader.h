@@ -1,6 +1,7 @@
 #ifndef ZU_SOURCE_SOURCE_READER_H_
 #define ZU_SOURCE_SOURCE_READER_H_
 
+#include <algorithm>
 #include <cstdint>
 
 #include "zu_parser_avi/idata_source.h"
@@ -31,6 +32,9 @@ class AVISourceReader {
   /// Asks the source for its length and makes that, or the group size when one is set, the end of readable data.
   /// @return the end in bytes; 0 when it is not known.
   long AVI_FileLength_hdl();
+
+  /// The source's length in bytes as it said last; 0 when it does not know, also after a group size has become the end.
+  int64_t KnownLength() const { return mlGroupSize == 0 ? std::max<int64_t>(mlOffsetEnd, 0) : 0; }
 
   /// Makes `size` bytes the end of readable data from the next look at the length on.
   void AVI_FileGroupSize_set(unsigned long size);
