@@ -50,7 +50,10 @@ int ChunkScanner::FindFirstData(int stream, uint32_t* pOffset) {
     LearnChunkId(riff);
     if (riff.dwSize == 0) {
       m_File.StepBackOverType();
-      if (++empty >= AVI_EMPTY_LIMIT) return AVI_TOO_MANY_EMPTY_CHUNKS;
+      if (++empty >= AVI_EMPTY_LIMIT) {
+        *pOffset = kCursorAtEnd;  // every retry would search as far again
+        return AVI_TOO_MANY_EMPTY_CHUNKS;
+      }
     } else if (record->dwChunkId != 0 && riff.dwFourCC == record->dwChunkId) {
       m_File.StepBackOverHeader();
       // The cell is 32 bits wide on purpose: what lies beyond 4 GiB needs an index.
