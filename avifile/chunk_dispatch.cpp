@@ -34,8 +34,10 @@ int ChunkWalker::ParseChunk(SRIFFNode* node, uint32_t size) {
     if (!handler.bIndex || !m_bSkipIndex) (this->*handler.pHandle)(node, size);
     return 1;
   }
-  AVI_LOGW("SKIP::ParseChunk() don't parse(%.4s)length(%lu)", reinterpret_cast<const char*>(&node->sRiff.dwFourCC),
-           static_cast<unsigned long>(size));
+  if (m_Lines.Take(ELine::kNotParsed)) {
+    AVI_LOGW("SKIP::ParseChunk() don't parse(%.4s)length(%lu)", reinterpret_cast<const char*>(&node->sRiff.dwFourCC),
+             static_cast<unsigned long>(size));
+  }
   return 0;
 }
 

@@ -3,8 +3,6 @@
 
 #include "base/bytes.h"
 #include "base/c_heap.h"
-#include "base/limits.h"
-#include "base/log.h"
 
 ChunkTree::~ChunkTree() {
   DeleteSRIFFNode(m_pRootNode);
@@ -15,10 +13,9 @@ ChunkTree::~ChunkTree() {
 }
 
 SRIFFNode* ChunkTree::NewSRIFFNode(const SRIFF& riff, const FileView& file) {
-  if (m_nNodes >= AVI_MAX_NODES) return nullptr;
+  if (!CountStep()) return nullptr;
   MallocPtr<SRIFFNode> node = AllocZeroed<SRIFFNode>(1);
   if (!node) return nullptr;
-  ++m_nNodes;
   node->sRiff = riff;
   node->llOffset = file.Tell();
   return node.release();  // linked into the tree, or among the orphans
@@ -34,7 +31,7 @@ bool ChunkTree::Link(SRIFFNode* parent, SRIFFNode* prev, SRIFFNode* node) {
   } else if (prev && !prev->pNext) {
     prev->pNext = node;
   } else {
-    AVI_LOGE("ERROR! pParent->pChild, pNodePrev->pNext is not valid");
+    if (m_Lines.Take(ELine::kNoPlace)) AVI_LOGE("ERROR! pParent->pChild, pNodePrev->pNext is not valid");
     if (node) Orphan(node);
   }
   return true;

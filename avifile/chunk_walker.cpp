@@ -7,8 +7,6 @@
 #include "avifile/riff_header.h"
 #include "base/bytes.h"
 #include "base/checked_math.h"
-#include "base/limits.h"
-#include "base/log.h"
 
 namespace {
 
@@ -63,24 +61,24 @@ int ChunkWalker::ParseChild(SRIFFNode* parent, long length) {
 ChunkWalker::EStep ChunkWalker::WalkList(const SRIFF& riff, bool openEnded, SRIFFNode** node, int64_t* sum) {
   if (riff.dwFourCC == FourCC("RIFF")) {
     // A second main group is stepped over without moving: its size alone normally ends the walk.
-    if (riff.dwType == FourCC("AVI ") && m_Movie.streams.IsDeclared()) return EStep::kLink;
+    if (riff.dwType == FourCC("AVI ") && m_Movie.streams.IsDeclared()) {
+      return m_Movie.tree.CountStep() ? EStep::kLink : FailedList();
+    }
     if (openEnded) {
       AVI_LOGI("ParseChild : Streaming service contents-legth 0 case! dwFileSize=%d", static_cast<int>(riff.dwSize));
       m_File.LimitTo(riff.dwSize);
     }
   }
   if (riff.dwSize == 0) {
-    AVI_LOGE("ParseChild LIST ERROR - dwSize is 0... Read next byte");
+    if (!m_Movie.tree.CountStep()) return FailedList();
+    if (m_Lines.Take(ELine::kEmptyList)) AVI_LOGE("ParseChild LIST ERROR - dwSize is 0... Read next byte");
     m_File.StepBackOverType();
     *sum = CheckedAdd<int64_t>(*sum, 8);
     return EStep::kNext;
   }
 
   *node = m_Movie.tree.NewSRIFFNode(riff, m_File);
-  if (!*node) {
-    AVI_LOGE("[AVI] Error -> NewSRIFFNode(sRiff)");
-    return EStep::kFail;
-  }
+  if (!*node) return FailedList();
   if (riff.dwType == FourCC("movi")) {
     EnterMovi(*node);
     return EStep::kLink;
@@ -116,10 +114,7 @@ ChunkWalker::EStep ChunkWalker::WalkChunk(const SRIFF& riff, SRIFFNode** node, i
   SRIFF plain = riff;
   plain.dwType = 0;
   *node = m_Movie.tree.NewSRIFFNode(plain, m_File);
-  if (!*node) {
-    AVI_LOGE("[AVI] Error -> NewSRIFFNode(sRiff) : Chunk");
-    return EStep::kFail;
-  }
+  if (!*node) return FailedChunk();
   if (ParseChunk(*node, riff.dwSize)) {
     m_File.Seek(CheckedAdd<long>((*node)->llOffset, riff.dwSize));
   } else {
@@ -129,15 +124,30 @@ ChunkWalker::EStep ChunkWalker::WalkChunk(const SRIFF& riff, SRIFFNode** node, i
   return EStep::kLink;
 }
 
+ChunkWalker::EStep ChunkWalker::FailedList() {
+  AVI_LOGE("[AVI] Error -> NewSRIFFNode(sRiff)");
+  return EStep::kFail;
+}
+
+ChunkWalker::EStep ChunkWalker::FailedChunk() {
+  AVI_LOGE("[AVI] Error -> NewSRIFFNode(sRiff) : Chunk");
+  return EStep::kFail;
+}
+
 ChunkWalker::EStep ChunkWalker::Resynchronise(int64_t* sum) {
-  AVI_LOGE("ParseChunk ERROR - dwSize is 0... find next chunk dwSumOfSize %lld", static_cast<long long>(*sum));
+  if (!m_Movie.tree.CountStep()) return FailedChunk();
+  if (m_Lines.Take(ELine::kEmptyChunk)) {
+    AVI_LOGE("ParseChunk ERROR - dwSize is 0... find next chunk dwSumOfSize %lld", static_cast<long long>(*sum));
+  }
   const long start = m_File.Position();
   for (int i = 0; i <= AVI_RESYNC_LIMIT; ++i) {
     uint8_t raw[kRiffHeaderBytes] = {};
     const int nRead = m_File.Read(raw, kRiffHeaderBytes);
-    if (nRead < 0) AVI_LOGW("[AVI] sRiff fread fail -> ParseChunk :: nRead(%d)", nRead);
+    if (nRead < 0 && m_Lines.Take(ELine::kFailedRead)) {
+      AVI_LOGW("[AVI] sRiff fread fail -> ParseChunk :: nRead(%d)", nRead);
+    }
     if (nRead >= 4 && IsKnown(LoadLe32(raw))) {
-      AVI_LOGV("Found new FOURCC with next offset %d", i);
+      if (m_Lines.Take(ELine::kFound)) AVI_LOGV("Found new FOURCC with next offset %d", i);
       m_File.Seek(start + i);
       // Counted twice on purpose: it only makes the walk end earlier.
       *sum = CheckedAdd<int64_t>(*sum, 8 + 2 * i);

@@ -7,6 +7,8 @@
 #include "avifile/header_reader.h"
 #include "avifile/movie.h"
 #include "avifile/open_dml_index_reader.h"
+#include "base/limits.h"
+#include "base/log.h"
 
 /// One walk over a file's chunks, which fills a movie that is still empty. Owns what one walk must remember: how deep
 /// in lists it is, and whether an OpenDML index has failed. Relies on the file's position: each step leaves it at the
@@ -31,6 +33,9 @@ class ChunkWalker {
   EStep WalkChunk(const SRIFF& riff, SRIFFNode** node, int64_t* sum);
   void EnterMovi(SRIFFNode* node);
   EStep Resynchronise(int64_t* sum);
+  /// How a walk ends that can make no node, or has made as many steps without one as it may.
+  static EStep FailedList();
+  static EStep FailedChunk();
 
   struct SChunkHandler;
   void HandleMainHeader(SRIFFNode* node, uint32_t size) { m_Headers.ParseChunkAviHdr(node, size); }
@@ -47,6 +52,9 @@ class ChunkWalker {
   HeaderReader m_Headers;
   OpenDmlIndexReader m_OpenDml;
   int m_nListDepth = 0;
+  // Of these a damaged file may give one per chunk.
+  enum class ELine { kEmptyList, kEmptyChunk, kNotParsed, kFound, kFailedRead, kCount };
+  LineLimits<ELine, AVI_LINES_PER_WALK> m_Lines;
   bool m_bNewIdxFailed = false;  // for good: the rest of the file is indexed by "idx1" or not at all
 };
 
