@@ -38,6 +38,7 @@ struct OpenDmlIndexReader::SHeader {
 
 SIndex* OpenDmlIndexReader::ParseChunkNewIdx(long offset, uint32_t size, SIndex* pIndex) {
   SIndex* index = pIndex;
+  m_nCapacity = index ? index->dwIdxNum : 0;
   if (ReadIndex(offset, size, 1, &index)) return index;
   FreeIndex(index);
   return nullptr;
@@ -47,12 +48,13 @@ SIndex* OpenDmlIndexReader::ParseChunkNewIdx(long offset, uint32_t size, SIndex*
 
 bool OpenDmlIndexReader::ReadIndex(long offset, uint32_t size, int level, SIndex** index) {
   if (size == 0) {
-    AVI_LOGE("[ParseChunkNewIdx] ParseChunkNewIdx dwsize = 0 ");
+    if (m_Lines.Take(ELine::kNoSize)) AVI_LOGE("[ParseChunkNewIdx] ParseChunkNewIdx dwsize = 0 ");
     return false;
   }
   uint8_t raw[kHeaderBytes];
   if (m_File.Read(raw, kHeaderBytes) < static_cast<int>(kHeaderBytes)) {
-    AVI_LOGE("[ParseChunkNewIdx] dwSize : %lu", static_cast<unsigned long>(size));
+    if (m_Lines.Take(ELine::kShortHeader))
+      AVI_LOGE("[ParseChunkNewIdx] dwSize : %lu", static_cast<unsigned long>(size));
     m_File.Skip(size);
     return false;
   }
@@ -76,14 +78,16 @@ OpenDmlIndexReader::EResult OpenDmlIndexReader::ReadChunkIndex(const SHeader& he
   int nRead = 0;
   MallocPtr<uint8_t> table;
   if (!isField && entryBytes != sizeof(SAVIStdIndexEntry)) {
-    AVI_LOGE("ERROR! ParseChunkNewIdx()AVI_INDEX_OF_CHUNKS (%d) SAVIFieldIndexEntry (%d) SAVIStdIndexEntry (%d)",
-             static_cast<int>(entryBytes), static_cast<int>(sizeof(SAVIFieldIndexEntry)),
-             static_cast<int>(sizeof(SAVIStdIndexEntry)));
+    if (m_Lines.Take(ELine::kEntryBytes))
+      AVI_LOGE("ERROR! ParseChunkNewIdx()AVI_INDEX_OF_CHUNKS (%d) SAVIFieldIndexEntry (%d) SAVIStdIndexEntry (%d)",
+               static_cast<int>(entryBytes), static_cast<int>(sizeof(SAVIFieldIndexEntry)),
+               static_cast<int>(sizeof(SAVIStdIndexEntry)));
   } else {
     if (isField) {
-      AVI_LOGV("[ParseChunkNewIdx] AVI_NEWIDX_INDEX_OF_CHUNKS - AVI_NEWIDX_INDEX_2FIELD");
+      if (m_Lines.Take(ELine::kFieldIndex))
+        AVI_LOGV("[ParseChunkNewIdx] AVI_NEWIDX_INDEX_OF_CHUNKS - AVI_NEWIDX_INDEX_2FIELD");
     } else {
-      AVI_LOGV("[ParseChunkNewIdx] AVI_NEWIDX_INDEX_OF_CHUNKS - STANDARD INDEX ");
+      if (m_Lines.Take(ELine::kStdIndex)) AVI_LOGV("[ParseChunkNewIdx] AVI_NEWIDX_INDEX_OF_CHUNKS - STANDARD INDEX ");
     }
     // More entries than the file has room for chunks: super entries that repeat one chunk index.
     const uint64_t held = *index ? (*index)->dwIdxNum : 0;
@@ -95,14 +99,15 @@ OpenDmlIndexReader::EResult OpenDmlIndexReader::ReadChunkIndex(const SHeader& he
       if (table) {
         nRead = m_File.Read(table.get(), static_cast<uint32_t>(header.TableBytes()));
       } else if (isField) {
-        AVI_LOGW("[AVI] aFieldIdx allocate fail -> ParseChunkNewIdx");
+        if (m_Lines.Take(ELine::kNoFieldTable)) AVI_LOGW("[AVI] aFieldIdx allocate fail -> ParseChunkNewIdx");
       } else {
-        AVI_LOGW("[AVI] aStdIdx allocate fail -> ParseChunkNewIdx");
+        if (m_Lines.Take(ELine::kNoStdTable)) AVI_LOGW("[AVI] aStdIdx allocate fail -> ParseChunkNewIdx");
       }
     }
   }
   if (nRead < 1) {
-    AVI_LOGW("[AVI] aFieldIdx/aStdIdx fread fail -> ParseChunkNewIdx :: nRead(%d)", nRead);
+    if (m_Lines.Take(ELine::kNoEntries))
+      AVI_LOGW("[AVI] aFieldIdx/aStdIdx fread fail -> ParseChunkNewIdx :: nRead(%d)", nRead);
     return EResult::kKept;
   }
   return AddEntries(header, {table.get(), static_cast<size_t>(nRead)}, index);
@@ -112,7 +117,7 @@ OpenDmlIndexReader::EResult OpenDmlIndexReader::AddEntries(const SHeader& header
   if (!*index) {
     *index = AllocZeroed<SIndex>(1).release();  // the caller's
     if (!*index) {
-      AVI_LOGE("[AVI] pIndex allocate Error -> ParseChunkNewIdx");
+      if (m_Lines.Take(ELine::kNoRecord)) AVI_LOGE("[AVI] pIndex allocate Error -> ParseChunkNewIdx");
       return EResult::kNoMemory;
     }
     (*index)->bOwnsEntries = 1;
@@ -121,10 +126,7 @@ OpenDmlIndexReader::EResult OpenDmlIndexReader::AddEntries(const SHeader& header
   SIndex& all = **index;
   const uint32_t entryBytes = header.EntryBytes();
   const uint32_t count = static_cast<uint32_t>(table.size() / entryBytes);
-  const size_t room = size_t{all.dwIdxNum} + count;
-  void* grown = std::realloc(all.aIdx, std::max<size_t>(room, 1) * sizeof(SIndexEntry));
-  if (!grown) return EResult::kLost;
-  all.aIdx = static_cast<SIndexEntry*>(grown);
+  if (!MakeRoom(&all, uint64_t{all.dwIdxNum} + count)) return EResult::kLost;
   std::memset(all.aIdx + all.dwIdxNum, 0, size_t{count} * sizeof(SIndexEntry));
   for (uint32_t i = 0; i < count; ++i) {
     const uint8_t* raw = table.data() + size_t{i} * entryBytes;
@@ -134,28 +136,48 @@ OpenDmlIndexReader::EResult OpenDmlIndexReader::AddEntries(const SHeader& header
   return EResult::kKept;
 }
 
+bool OpenDmlIndexReader::MakeRoom(SIndex* index, uint64_t entries) {
+  if (index->aIdx && entries <= m_nCapacity) return true;
+  // In doubles: an allocator that moves every larger block would copy all that is there once per index chunk.
+  const bool first = !index->aIdx;
+  return Resize(index, first ? std::max<uint64_t>(entries, 1) : std::max(entries, 2 * m_nCapacity));
+}
+
+bool OpenDmlIndexReader::Resize(SIndex* index, uint64_t capacity) {
+  void* resized = std::realloc(index->aIdx, capacity * sizeof(SIndexEntry));
+  if (!resized) return false;
+  index->aIdx = static_cast<SIndexEntry*>(resized);
+  m_nCapacity = capacity;
+  return true;
+}
+
 OpenDmlIndexReader::EResult OpenDmlIndexReader::ReadSuperIndex(const SHeader& header, long offset, int level,
                                                                SIndex** index) {
   if (header.EntryBytes() != kSuperEntryBytes) {
-    AVI_LOGE("ERROR! ParseChunkNewIdx()AVI_INDEX_OF_INDEXES (%d) != (%d)", static_cast<int>(header.EntryBytes()),
-             static_cast<int>(kSuperEntryBytes));
+    if (m_Lines.Take(ELine::kSuperEntryBytes))
+      AVI_LOGE("ERROR! ParseChunkNewIdx()AVI_INDEX_OF_INDEXES (%d) != (%d)", static_cast<int>(header.EntryBytes()),
+               static_cast<int>(kSuperEntryBytes));
     return EResult::kKept;
   }
   const long fileLength = m_File.AskLength();
   MallocPtr<uint8_t> table = AllocateTable(header, offset);
   if (!table) {
-    AVI_LOGE("[AVI] aSupIdx allocate Error -> ParseChunkNewIdx");
+    if (m_Lines.Take(ELine::kNoSuperTable)) AVI_LOGE("[AVI] aSupIdx allocate Error -> ParseChunkNewIdx");
     return EResult::kNoMemory;
   }
   const int nRead = m_File.Read(table.get(), static_cast<uint32_t>(header.TableBytes()));
   if (nRead < 1) {
-    AVI_LOGW("[AVI] aSupIdx fread fail -> ParseChunkNewIdx :: nRead(%d)", nRead);
+    if (m_Lines.Take(ELine::kNoSuperEntries))
+      AVI_LOGW("[AVI] aSupIdx fread fail -> ParseChunkNewIdx :: nRead(%d)", nRead);
     return EResult::kKept;
   }
   const size_t whole = static_cast<size_t>(nRead) / kSuperEntryBytes * kSuperEntryBytes;
   const ByteSpan entries{table.get(), whole};
   if (HasSuffix(header.dwChunkId, 'd', 'c') || HasSuffix(header.dwChunkId, 'd', 'b')) SetPlayTime(entries);
-  return ReadChunkIndexes(entries, static_cast<uint64_t>(std::max(fileLength, 0L)), level, index);
+  const EResult result = ReadChunkIndexes(entries, static_cast<uint64_t>(std::max(fileLength, 0L)), level, index);
+  // What the doubling asked for too much; keeping it is no failure.
+  if (*index && (*index)->dwIdxNum != 0 && (*index)->dwIdxNum < m_nCapacity) Resize(*index, (*index)->dwIdxNum);
+  return result;
 }
 
 OpenDmlIndexReader::EResult OpenDmlIndexReader::ReadChunkIndexes(ByteSpan table, uint64_t fileLength, int level,
@@ -166,7 +188,7 @@ OpenDmlIndexReader::EResult OpenDmlIndexReader::ReadChunkIndexes(ByteSpan table,
     uint8_t raw[kRiffHeaderBytes];
     const int nRead = m_File.Read(raw, kRiffHeaderBytes);
     if (nRead < static_cast<int>(kRiffHeaderBytes)) {
-      AVI_LOGE("[AVI] sRiff fread fail -> ParseChunkNewIdx :: nRead(%d)", nRead);
+      if (m_Lines.Take(ELine::kNoChunk)) AVI_LOGE("[AVI] sRiff fread fail -> ParseChunkNewIdx :: nRead(%d)", nRead);
       return EResult::kKept;  // what was gathered
     }
     m_File.StepBackOverType();
