@@ -49,13 +49,13 @@ bool Ac3Framer::TakeHeader(const STrackInput& in, const unsigned char* front, co
     return true;
   }
   if (bsidByte >= 72) {  // bsid 9, 10, and above 16
-    AVI_LOGE("DetectedAC3StartCode bsid is invalid");
+    if (mLines.Take(ELine::kRejected)) AVI_LOGE("DetectedAC3StartCode bsid is invalid");
     return false;
   }
   const uint32_t sizeCode = rateByte & 0x3F;
   const uint32_t rateCode = rateByte >> 6;
   if (sizeCode >= kSizeCodes || rateCode >= kRateCodes) {
-    AVI_LOGE("DetectedAC3StartCode Get abnormal frame size.");
+    if (mLines.Take(ELine::kRejected)) AVI_LOGE("DetectedAC3StartCode Get abnormal frame size.");
     return false;
   }
   mFrameSize = FrameWords(sizeCode, rateCode) * 2;
@@ -79,7 +79,9 @@ void Ac3Framer::TakeEAC3Header(const STrackInput& in, const unsigned char* front
 Ac3Framer::ESync Ac3Framer::FindSyncWord(const STrackInput& in, unsigned char* buf, uint32_t* start, uint32_t end) {
   const uint32_t held = end - *start;
   if (!buf || held < 4) {
-    AVI_LOGE("[DetectedAC3StartCode] unavailable value - [%lu]", static_cast<unsigned long>(held));
+    if (mLines.Take(ELine::kUnavailable)) {
+      AVI_LOGE("[DetectedAC3StartCode] unavailable value - [%lu]", static_cast<unsigned long>(held));
+    }
     return ESync::kTooShort;
   }
   unsigned char* const front = buf + *start;
@@ -92,7 +94,7 @@ Ac3Framer::ESync Ac3Framer::FindSyncWord(const STrackInput& in, unsigned char* b
   // The end test is made once more on what is left, so a sync word just half way counts as none.
   if (sync == last || (skipped > 0 && skipped == held - skipped - 4)) {
     std::memset(front, 0, held);
-    AVI_LOGE("AC3 Start code not found.");
+    if (mLines.Take(ELine::kNoStartCode)) AVI_LOGE("AC3 Start code not found.");
     return ESync::kNone;
   }
   *start += skipped;

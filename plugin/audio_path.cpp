@@ -23,10 +23,12 @@ int AudioPath::GetAudioData(const STrackInput& in, SDelivery* out) {
   switch (codec) {
     case AVI_CODEC_MP3:
     case AVI_CODEC_MP2:
+      mMpegAudio.BeginDelivery();
       return GetFramed(out, "GetMpegAudioData End or Error case",
                        [&] { return mMpegAudio.GetMpegAudioData(mFeed, in, out); });
     case AVI_CODEC_AC3:
     case AVI_CODEC_EAC3:
+      mAc3.BeginDelivery();
       return GetFramed(out, "GetAC3AudioData End or Error case", [&] { return mAc3.GetAC3AudioData(mFeed, in, out); });
     case AVI_CODEC_PCM:
     case AVI_CODEC_MULAW: {

@@ -23,7 +23,7 @@ void MpegAudioFramer::Prepare(uint32_t layer, uint32_t sampleRate, uint32_t bitR
   Allocate();
 }
 
-bool MpegAudioFramer::AcceptsHeader(const STrackInput& in, const unsigned char* bytes, SMpegAudioHeader* header) const {
+bool MpegAudioFramer::AcceptsHeader(const STrackInput& in, const unsigned char* bytes, SMpegAudioHeader* header) {
   const uint32_t layer = MpegAudioLayer(bytes[1]);
   // An index with foreign chunks makes false headers likely: then only the track's own layer counts.
   const bool strict = in.file->HasJunkInIndex();
@@ -32,6 +32,7 @@ bool MpegAudioFramer::AcceptsHeader(const STrackInput& in, const unsigned char* 
   const uint32_t configured = in.track->audio.nSampleRate;
   if (header->nSampleRate == configured) return true;
   const char* const which = !strict ? "" : layer == 3 ? "Layer 3 " : "Layer 2 ";
+  if (!mLines.Take(ELine::kRejected)) return false;
   AVI_LOGE("[DetectedMp3StartCode] %sSampling rate is differ than configuration. default: %d detect : %d", which,
            static_cast<int>(configured), static_cast<int>(header->nSampleRate));
   return false;
@@ -39,7 +40,9 @@ bool MpegAudioFramer::AcceptsHeader(const STrackInput& in, const unsigned char* 
 
 bool MpegAudioFramer::DetectedMp3StartCode(const STrackInput& in, unsigned char* buf, uint32_t* len) {
   if (!buf || *len < 4) {
-    AVI_LOGE("[DetectedMp3StartCode] unavailable value - [%lu]", static_cast<unsigned long>(*len));
+    if (mLines.Take(ELine::kUnavailable)) {
+      AVI_LOGE("[DetectedMp3StartCode] unavailable value - [%lu]", static_cast<unsigned long>(*len));
+    }
     return false;
   }
   // The last four bytes are never taken for a header.
@@ -54,7 +57,7 @@ bool MpegAudioFramer::DetectedMp3StartCode(const STrackInput& in, unsigned char*
   if (!at || at >= end) {
     std::memset(buf, 0, *len);
     *len = 0;
-    AVI_LOGE("[DetectedMp3StartCode] Start code not found.");
+    if (mLines.Take(ELine::kNoStartCode)) AVI_LOGE("[DetectedMp3StartCode] Start code not found.");
     return false;
   }
   if (at != buf) {

@@ -63,8 +63,15 @@ int SyncFramer::FindSync(AudioFeed& feed, const STrackInput& in, SDelivery* out)
     Detect(in, mBuffer.front(), &out->len);
     return 0;
   }
+  uint64_t searched = 0;
+  uint32_t chunks = 0;
   // The search looks at the front although the new chunk may lie behind a few bytes kept; those drop out of the count.
-  while (!Detect(in, mBuffer.front(), &out->len)) {
+  for (uint32_t read = out->len; !Detect(in, mBuffer.front(), &out->len); read = out->len) {
+    searched += read;
+    if (searched > AVI_SYNC_SEARCH_BYTES || ++chunks >= AVI_SYNC_SEARCH_CHUNKS) {
+      out->len = 0;  // the next call searches on from the next chunk
+      return 1;
+    }
     const int status =
         feed.ReadIntoCarry(in, &mBuffer, out->len, mTexts->name, "Error Case : mAudioEOS = OMX_TRUE ", out);
     if (status != 0) return status;

@@ -1,11 +1,13 @@
 #ifndef ZU_PLUGIN_SYNC_FRAMER_H_
 #define ZU_PLUGIN_SYNC_FRAMER_H_
 
+#include "base/limits.h"
+#include "base/log.h"
 #include "plugin/audio_feed.h"
 
 /// Delivers audio frame by frame, cut on sync words, for AVI chunks need not hold whole frames. Owns the bytes carried
 /// from call to call and what is known of the frames; the formats differ in search, cut and clock. Relies on being
-/// called with a track, whose stream does not change without Reset.
+/// called with a track, whose stream does not change without Empty and Resync.
 class SyncFramer {
  public:
   /// Gets the memory that delivery needs; without it every delivery is AVI_OUT_OF_MEMORY.
@@ -14,6 +16,8 @@ class SyncFramer {
   void Free() { mBuffer.Free(); }
   /// Searches for a header across chunks from the next read on.
   void Resync() { mResync = true; }
+  /// The messages about headers that one call of the host may cost are counted from here.
+  void BeginDelivery() { mLines = {}; }
   /// Drops the bytes held.
   void Empty() { mBuffer.clear(); }
 
@@ -41,12 +45,16 @@ class SyncFramer {
   /// Copies `size` bytes to `out`, what is not among the `held` ones as zeros, at most what fits.
   static void CopyFrame(const unsigned char* frame, uint64_t held, uint64_t size, const char* name, SDelivery* out);
 
+  // Of these a damaged track would give one or more per chunk.
+  enum class ELine { kRejected, kUnavailable, kNoStartCode, kCount };
+  LineLimits<ELine, AVI_LINES_PER_DELIVERY> mLines;
+
   CarryBuffer mBuffer;
   uint64_t mFrameSize = 0;  // bytes, of the frame at the front as far as it is known; wide, for it is doubled
   uint64_t mTimestamp = 0;  // milliseconds, of the last frame delivered
 
  private:
-  // 0: go on; 1: an empty read ends the call; negative: an error or the end.
+  // 0: go on; 1: an empty read or a search without result ends the call; negative: an error or the end.
   int FindSync(AudioFeed& feed, const STrackInput& in, SDelivery* out);
 
   const STexts* mTexts;
