@@ -91,7 +91,7 @@ OpenDmlIndexReader::EResult OpenDmlIndexReader::ReadChunkIndex(const SHeader& he
     }
     // More entries than the file has room for chunks: super entries that repeat one chunk index.
     const uint64_t held = *index ? (*index)->dwIdxNum : 0;
-    if (held + header.nEntriesInUse > m_File.Rest(0, AVI_MAX_STREAM_TABLE) / AVI_NEW_ENTRY_BYTES) {
+    if (held + header.nEntriesInUse > MaxEntries()) {
       return EResult::kKept;
     }
     if (header.qwBaseOffset <= kMaxBaseOffset) {
@@ -139,8 +139,8 @@ OpenDmlIndexReader::EResult OpenDmlIndexReader::AddEntries(const SHeader& header
 bool OpenDmlIndexReader::MakeRoom(SIndex* index, uint64_t entries) {
   if (index->aIdx && entries <= m_nCapacity) return true;
   // In doubles: an allocator that moves every larger block would copy all that is there once per index chunk.
-  const bool first = !index->aIdx;
-  return Resize(index, first ? std::max<uint64_t>(entries, 1) : std::max(entries, 2 * m_nCapacity));
+  const uint64_t doubled = index->aIdx ? std::min(2 * m_nCapacity, MaxEntries()) : 1;
+  return Resize(index, std::max(entries, doubled));
 }
 
 bool OpenDmlIndexReader::Resize(SIndex* index, uint64_t capacity) {
@@ -176,7 +176,8 @@ OpenDmlIndexReader::EResult OpenDmlIndexReader::ReadSuperIndex(const SHeader& he
   if (HasSuffix(header.dwChunkId, 'd', 'c') || HasSuffix(header.dwChunkId, 'd', 'b')) SetPlayTime(entries);
   const EResult result = ReadChunkIndexes(entries, static_cast<uint64_t>(std::max(fileLength, 0L)), level, index);
   // What the doubling asked for too much; keeping it is no failure.
-  if (*index && (*index)->dwIdxNum != 0 && (*index)->dwIdxNum < m_nCapacity) Resize(*index, (*index)->dwIdxNum);
+  if (result == EResult::kKept && *index && (*index)->dwIdxNum != 0 && (*index)->dwIdxNum < m_nCapacity)
+    Resize(*index, (*index)->dwIdxNum);
   return result;
 }
 
@@ -214,8 +215,9 @@ MallocPtr<uint8_t> OpenDmlIndexReader::AllocateTable(const SHeader& header, long
   // Index chunks that name each other's tables over and over would make a small file long to open.
   const uint64_t budget = SaturatedMul<uint64_t>(m_File.Rest(0, AVI_MAX_STREAM_TABLE), AVI_INDEX_READ_FACTOR);
   if (bytes > budget - std::min(budget, m_nBytesRead)) return nullptr;
-  m_nBytesRead += bytes;
-  return AllocZeroed<uint8_t>(bytes);
+  MallocPtr<uint8_t> table = AllocZeroed<uint8_t>(bytes);
+  if (table) m_nBytesRead += bytes;
+  return table;
 }
 
 __attribute__((visibility("default"))) void matching_idx(int i, SIndex* pIndex, long base, unsigned int offset,

@@ -30,6 +30,8 @@ class OpenDmlIndexReader {
   EResult AddEntries(const SHeader& header, ByteSpan table, SIndex** index);
   EResult ReadSuperIndex(const SHeader& header, long offset, int level, SIndex** index);
   EResult ReadChunkIndexes(ByteSpan table, uint64_t fileLength, int level, SIndex** index);
+  /// Entries of a stream: a file has room for no more chunks.
+  uint64_t MaxEntries() const { return m_File.Rest(0, AVI_MAX_STREAM_TABLE) / AVI_NEW_ENTRY_BYTES; }
   /// Room for `entries` entries; whatever was there stays. @return false without memory.
   bool MakeRoom(SIndex* index, uint64_t entries);
   bool Resize(SIndex* index, uint64_t capacity);

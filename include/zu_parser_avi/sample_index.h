@@ -46,7 +46,7 @@ unsigned int readBits(char* buf, unsigned int* bitPos, unsigned int count);
 
 /// The log mask of all parsers in the process, bits added up: 1 errors, warnings and notices; 2 debug; 4 verbose; 8
 /// every source read; 0 silence. createParser sets it from the property "zucp.debug.level" each time, 1 when there is
-/// none, 0 for what is no number. A host may write to it in between; no lock guards it.
+/// none, 0 for what is no number. A host may write to it in between; writing it is atomic in here, and should be there.
 extern int debug_level;
 
 #endif  // ZU_PARSER_AVI_SAMPLE_INDEX_H_
