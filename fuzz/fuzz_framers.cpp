@@ -60,23 +60,25 @@ AviFile DrawFile(FuzzedDataProvider& input, const Bytes& payload) {
 
 void Play(FuzzedDataProvider& input, FuzzSource& source, unsigned long maxLen, int restarts) {
   IParser* const parser = createParser();
-  Require(parser && parser->Open(&source) == 0, "a well-formed file does not open");
+  Require(parser, "no parser");
+  const int opened = source.Within(OpenBudget(source.AsSubject()), [&] { return parser->Open(&source); });
+  Require(opened == 0, "a well-formed file does not open");
   const std::unique_ptr<uint8_t[]> block(new uint8_t[maxLen]);
   for (; restarts >= 0; --restarts) {
     // Most calls deliver a byte or drop one; a few tries at the end of the data do neither.
     const size_t most = restarts ? input.ConsumeIntegral<uint8_t>() : 4 * kMostPayload + 1000;
     size_t calls = 0, bytes = 0;
     while (calls < most && bytes < kMostPulled) {
-      source.NextCall();
-      const Unit unit = Pull(parser, AVI_TRACK_AUDIO, block.get(), maxLen, false);
+      const Unit unit = Pull(parser, source, AVI_TRACK_AUDIO, block.get(), maxLen);
       if (unit.status != 0) break;
       bytes += unit.len;
       ++calls;
     }
     Require(restarts || calls < most, "no end of the track");
-    source.NextCall();
-    if (input.ConsumeBool()) parser->SelectAudioTrack(0);
-    if (input.ConsumeBool()) parser->Seek(input.ConsumeIntegral<uint16_t>(), AVI_TRACK_AUDIO, 0);
+    if (input.ConsumeBool()) source.Within(QueryBudget(), [&] { return parser->SelectAudioTrack(0); });
+    if (!input.ConsumeBool()) continue;
+    const uint16_t time = input.ConsumeIntegral<uint16_t>();
+    source.Within(QueryBudget(), [&] { return parser->Seek(time, AVI_TRACK_AUDIO, 0); });
   }
   parser->Close();
   destroyParser(parser);
@@ -91,6 +93,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   FuzzSource source(file.bytes);
   const unsigned long maxLen = input.PickValueInArray(kSizes);
   const int restarts = input.ConsumeIntegralInRange(0, 7);
-  Run([&] { Play(input, source, maxLen, restarts); }, (8u << 20) + 64 * file.bytes.size());
+  Run([&] { Play(input, source, maxLen, restarts); }, HeapBudget(source.AsSubject()) + maxLen);
   return 0;
 }

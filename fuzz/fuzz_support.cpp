@@ -5,23 +5,30 @@
 #include <sanitizer/asan_interface.h>
 
 #include <algorithm>
+#include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory_resource>
 #include <unordered_map>
 #include <utility>
 
 #include "platform/properties.h"
+#include "zu_parser_avi/codec_ids.h"
 
 namespace {
 
 struct FatalExit {};
 
 const char* g_logLevel = "1";
+uint64_t g_lines;  // of the level that a product writes: notices, warnings and errors
+int g_formatted;   // lines of a run
 
-// Blocks taken since the run began, with their sizes. The fuzzer has threads of its own, whose blocks do not count.
-std::unordered_map<const volatile void*, size_t> g_blocks;
+// Blocks taken since the run began, with their sizes. The fuzzer has threads of its own, whose blocks do not count. The
+// nodes are pooled: one more checked block for every block would cost as much as what is watched.
+std::pmr::unsynchronized_pool_resource g_pool;
+std::pmr::unordered_map<const volatile void*, size_t> g_blocks(&g_pool);
 size_t g_bytes, g_mostBytes;
 thread_local bool g_counts = false;  // new blocks
 thread_local bool g_inHook = false;  // the container's own
@@ -44,16 +51,38 @@ void OnFree(const volatile void* block) {
   g_inHook = false;
 }
 
+/// Whether the file may have pictures of MPEG-1 or MPEG-2, which may be cut across its chunks.
+bool MayBeSplit(IParser* parser) {
+  for (int track = 0; track < parser->GetTrackCount(); ++track) {
+    const TrackInfo* info = parser->GetTrackInfo(static_cast<unsigned long>(track));
+    if (info && info->nCodecId == AVI_CODEC_MPEG12) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 // Blocks left by a fatal overflow are freed without knowing how they were taken.
 extern "C" const char* __asan_default_options() {
   return "alloc_dealloc_mismatch=0:allocator_may_return_null=1:detect_leaks=0:quarantine_size_mb=32:malloc_context_"
-         "size=12";
+         "size=12:clear_shadow_mmap_threshold=16777216";  // a megabyte's shadow is cleared faster than mapped anew
 }
 
-// What is logged goes nowhere, but is formatted, so that a wrong argument is found.
-extern "C" int __android_log_print(int, const char*, const char* format, ...) {
+// Every block moves when it grows, as large ones do on a phone: pointers into the old one are found, and so is time
+// that copying takes. The fuzz targets are linked with --wrap=realloc.
+extern "C" void* __wrap_realloc(void* block, size_t size) {
+  void* const moved = std::malloc(size);
+  if (!block || !moved) return moved;
+  std::memcpy(moved, block, std::min(size, __sanitizer_get_allocated_size(block)));
+  std::free(block);
+  return moved;
+}
+
+// What is logged goes nowhere, but the first lines of a run are formatted, so that a wrong argument is found.
+extern "C" int __android_log_print(int priority, const char*, const char* format, ...) {
+  constexpr int kMostFormatted = 200;
+  g_lines += priority >= ANDROID_LOG_INFO;
+  if (++g_formatted > kMostFormatted) return 0;
   char line[1024];
   va_list arguments;
   va_start(arguments, format);
@@ -69,6 +98,12 @@ extern "C" int property_get(const char*, char* value, const char*) {
 void Require(bool ok, const char* what) {
   if (ok) return;
   std::fprintf(stderr, "==finding: %s\n", what);
+  std::abort();
+}
+
+void RequireAtMost(uint64_t count, uint64_t most, const char* what) {
+  if (count <= most) return;
+  std::fprintf(stderr, "==finding: %" PRIu64 " %s, of which there may be %" PRIu64 "\n", count, what, most);
   std::abort();
 }
 
@@ -91,20 +126,43 @@ void Run(void (*body)(void*), void* argument, size_t mostBytes) {
   static const int installed = __sanitizer_install_malloc_and_free_hooks(OnMalloc, OnFree);
   Require(installed > 0, "no place for the heap hooks");
   g_bytes = g_mostBytes = 0;
+  g_formatted = 0;
   g_counts = true;
   try {
     body(argument);
     g_counts = false;
     Require(g_blocks.empty(), "blocks of the heap left after Close and destroyParser");
-    if (g_mostBytes > mostBytes) std::fprintf(stderr, "%zu bytes instead of %zu\n", g_mostBytes, mostBytes);
-    Require(g_mostBytes <= mostBytes, "memory out of proportion to the file");
+    RequireAtMost(g_mostBytes, mostBytes, "bytes of the heap");
   } catch (const FatalExit&) {
-    for (const auto& [block, size] : std::exchange(g_blocks, {})) std::free(const_cast<void*>(block));
+    std::pmr::unordered_map<const volatile void*, size_t> left(&g_pool);
+    left.swap(g_blocks);
+    for (const auto& [block, size] : left) std::free(const_cast<void*>(block));
   }
 }
 
+Subject FuzzSource::AsSubject() const {
+  const int64_t size = static_cast<int64_t>(m_bytes.size());
+  // A reader that knows the end does not read there.
+  const bool failsAtEnd = statusAtEnd < 0 && (length <= 0 || length > size);
+  return {.file = m_bytes.size(),
+          .length = length > 0 ? static_cast<uint64_t>(length) : 0,
+          .sound = faults.empty() && !failsAtEnd};
+}
+
+void FuzzSource::BeginCall(const Budget& budget) {
+  m_budget = budget;
+  m_readsOfCall = m_bytesOfCall = g_lines = 0;
+}
+
+void FuzzSource::EndCall() const {
+  const uint64_t bytes = m_budget.bytes + m_budget.bytesPerRead * m_readsOfCall;
+  const uint64_t lines = m_budget.lines + m_budget.linesPerRead * m_readsOfCall;
+  RequireAtMost(m_bytesOfCall, bytes, "bytes read in one call");
+  RequireAtMost(g_lines, lines, "lines logged in one call");
+}
+
 int FuzzSource::ReadAt(int64_t offset, void* buffer, uint64_t* count) {
-  Require(++m_readsOfCall <= 4 * m_bytes.size() + 10000, "too many reads in one call");
+  RequireAtMost(++m_readsOfCall, m_budget.reads, "reads in one call");
   uint8_t* const to = static_cast<uint8_t*>(buffer);
   const bool fits = !*count || (!__asan_region_is_poisoned(to, std::min<size_t>(*count, 1u << 20)) &&
                                 !__asan_address_is_poisoned(to + *count - 1));
@@ -121,15 +179,23 @@ int FuzzSource::ReadAt(int64_t offset, void* buffer, uint64_t* count) {
   if (at >= m_bytes.size()) return statusAtEnd;
   *count = std::min({wanted, m_bytes.size() - at, now.most});
   if (*count) std::memcpy(to, m_bytes.data() + at, *count);
+  m_bytesOfCall += *count;
   *count += now.claim;
   return now.status;
 }
 
-Unit Pull(IParser* parser, uint32_t kind, uint8_t* block, unsigned long maxLen, bool keyOnly) {
+Unit Pull(IParser* parser, FuzzSource& source, uint32_t kind, uint8_t* block, unsigned long maxLen, bool keyOnly) {
+  const Subject subject = source.AsSubject();
   unsigned long len = kind == AVI_TRACK_TEXT ? 0 : 77, ts = 77;  // without a text track nothing is stored
-  const int status = kind == AVI_TRACK_VIDEO   ? parser->GetVideoData(block, &len, &ts, maxLen, keyOnly)
-                     : kind == AVI_TRACK_AUDIO ? parser->GetAudioData(block, &len, &ts, maxLen)
-                                               : parser->GetTextData(block, &len, &ts, maxLen);
+  int status = 0;
+  if (kind == AVI_TRACK_VIDEO) {
+    status = source.Within(VideoBudget(subject, maxLen, MayBeSplit(parser)),
+                           [&] { return parser->GetVideoData(block, &len, &ts, maxLen, keyOnly); });
+  } else if (kind == AVI_TRACK_AUDIO) {
+    status = source.Within(AudioBudget(subject), [&] { return parser->GetAudioData(block, &len, &ts, maxLen); });
+  } else {
+    status = source.Within(TextBudget(subject, maxLen), [&] { return parser->GetTextData(block, &len, &ts, maxLen); });
+  }
   Require(status <= 0, "a status that is not the host's");
   Require(status == 0 || len == 0, "a length together with an error");
   Require(len <= maxLen, "more bytes than the host has room for");

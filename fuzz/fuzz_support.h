@@ -7,10 +7,13 @@
 #include <cstdint>
 #include <vector>
 
+#include "fuzz/budgets.h"
 #include "zu_parser_avi/iparser.h"
 
 /// Reports `what` as a finding unless `ok`.
 void Require(bool ok, const char* what);
+/// The same unless there are at most so many.
+void RequireAtMost(uint64_t count, uint64_t most, const char* what);
 
 /// Splits an input into a body at its front and, at its end, the bytes from which the caller then draws its decisions.
 /// The last two bytes tell how many those are. An exhausted provider draws the smallest value, so plain files with two
@@ -37,13 +40,22 @@ struct Fault {
   uint64_t claim = 0;          ///< says that it delivered so many bytes more
 };
 
-/// A source in memory. Reports a read beyond the parser's own memory, and too many of them, as findings.
+/// A source in memory. Reports a read beyond the parser's own memory as a finding.
 class FuzzSource final : public IDataSource {
  public:
   explicit FuzzSource(const std::vector<uint8_t>& bytes) : length(static_cast<int64_t>(bytes.size())), m_bytes(bytes) {}
 
-  /// Begins a call of the host: each has the same number of reads to go with.
-  void NextCall() { m_readsOfCall = 0; }
+  /// The result of one call of the host. That it costs more than `budget` is a finding.
+  template <typename Call>
+  auto Within(const Budget& budget, Call call) {
+    BeginCall(budget);
+    const auto result = call();
+    EndCall();
+    return result;
+  }
+  Subject AsSubject() const;
+  /// Reads so far.
+  size_t Reads() const { return m_reads; }
 
   int Prepare() override { return 0; }
   int GetSize(int64_t* size) override { return *size = length, 0; }
@@ -57,8 +69,13 @@ class FuzzSource final : public IDataSource {
   std::vector<Fault> faults;
 
  private:
+  void BeginCall(const Budget& budget);
+  void EndCall() const;
+
   const std::vector<uint8_t>& m_bytes;
-  size_t m_reads = 0, m_readsOfCall = 0;
+  size_t m_reads = 0;
+  Budget m_budget;
+  uint64_t m_readsOfCall = 0, m_bytesOfCall = 0;
 };
 
 struct Unit {
@@ -67,6 +84,7 @@ struct Unit {
 };
 
 /// One data operation for a track of kind AVI_TRACK_..., into a block of exactly `maxLen` bytes.
-Unit Pull(IParser* parser, uint32_t kind, uint8_t* block, unsigned long maxLen, bool keyOnly);
+Unit Pull(IParser* parser, FuzzSource& source, uint32_t kind, uint8_t* block, unsigned long maxLen,
+          bool keyOnly = false);
 
 #endif  // ZU_FUZZ_FUZZ_SUPPORT_H_

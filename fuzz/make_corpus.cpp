@@ -1,5 +1,6 @@
 // Writes the first inputs of every target: make_corpus DIRECTORY SAMPLE...
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -24,14 +25,14 @@ void Seed(const std::string& target, const Bytes& body, Bytes decisions = {}) {
   if (!out) throw std::runtime_error("cannot write to " + (g_root / target).string());
 }
 
-void Host(const Bytes& file) {
+void Host(const Bytes& file, const std::string& target = "host") {
   // Pulls some, describes, configures, seeks video and audio, takes key frames only, selects, looks for a key frame.
   const Bytes tour = {0, 0,  3, 6, 7, 1, 2, 1, 1, 0, 0, 80, 0, 2, 2,  2, 0, 0,
                       0, 40, 0, 1, 1, 0, 1, 3, 1, 4, 0, 5,  0, 0, 60, 0, 15};
-  Seed("host", file);
-  Seed("host", file, tour);
-  Seed("host", file, {1, 0, 7, 7, 1});                  // streaming
-  Seed("host", file, {0x40, 0, 20, 0, 1, 7, 1, 8, 1});  // a source that blocks once; small blocks
+  Seed(target, file);
+  Seed(target, file, tour);
+  Seed(target, file, {1, 0, 7, 7, 1});                  // streaming
+  Seed(target, file, {0x40, 0, 20, 0, 1, 7, 1, 8, 1});  // a source that blocks once; small blocks
 }
 
 void Host(const AviBuilder& builder) { Host(builder.Build().bytes); }
@@ -106,7 +107,8 @@ void Built() {
            .OldIndex());
   Host(movie().Chunk(0, "\0\0\1\xB6\x10\x60pict").Chunk(0, "\0\0\1\xB6\x50pict", false).OldIndex());
   Host(movie("DX50").Chunk(0, "\0\0\1\x20\x80vol").Chunk(0, "\0\0\1\x20\x80vol").Chunk(0, "P", false).OldIndex());
-  Host(Frames(movie().Audio(), 3, "I", Bytes(20000, 3)).OldIndex());  // PCM chunks of more than a block
+  // PCM chunks of more than a block.
+  Host(Frames(movie().Audio(), 3, "I", Bytes(20000, 3)).OldIndex().Build().bytes, "host-long");
   AudioFormat fast = Compressed(0x55);
   fast.bytesPerSecond = UINT32_MAX;  // times that fit no word end the process
   Host(Frames(movie().Audio(fast), 12, "I", mp3).OldIndex());
@@ -151,38 +153,61 @@ void Framers() {
   }
 }
 
-/// The front of a sample with an index over what is left, or without any if it has none.
-Bytes Shortened(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  AviFile file;
-  file.bytes.assign(std::istreambuf_iterator<char>(in), {});
-  const size_t movi = file.Find("movi");
-  const size_t end = std::min<size_t>(movi + (24u << 10), file.bytes.size());
+uint32_t U32(const Bytes& bytes, size_t at) {
+  return bytes[at] | uint32_t{bytes[at + 1]} << 8 | uint32_t{bytes[at + 2]} << 16 | uint32_t{bytes[at + 3]} << 24;
+}
+
+/// Chunks from `at` to `end` without the padding that lists are given for what may come later.
+Bytes WithoutJunk(const AviFile& file, size_t at, size_t end) {
+  Bytes kept;
+  while (at + 8 <= end) {
+    const std::string id(&file.bytes[at], &file.bytes[at] + 4);
+    const size_t data = at + 8;
+    const size_t size = std::min<size_t>(U32(file.bytes, at + 4), end - data);
+    if (id == "LIST") {
+      const std::string type(&file.bytes[data], &file.bytes[data] + 4);
+      Append(kept, List(type, WithoutJunk(file, data + 4, data + size)));
+    } else if (id != "JUNK") {
+      Append(kept, Chunk(id, Bytes(&file.bytes[data], &file.bytes[data] + size)));
+    }
+    at = data + size + size % 2;
+  }
+  return kept;
+}
+
+/// The front of a sample, with so much of its "movi" and an index over that, or without any if it has none.
+Bytes Shortened(const AviFile& sample, size_t mostMovi) {
+  const Bytes& bytes = sample.bytes;
+  const size_t movi = sample.Find("movi");
+  const size_t end = std::min(movi + mostMovi, bytes.size());
   Bytes index;
   const std::string id = "idx1";
-  const auto found = std::search(file.bytes.begin(), file.bytes.end(), id.begin(), id.end());
-  if (found != file.bytes.end()) {
-    for (size_t at = static_cast<size_t>(found - file.bytes.begin()) + 8; at + 16 <= file.bytes.size(); at += 16) {
-      const uint8_t* entry = &file.bytes[at];
-      const size_t offset = entry[8] + entry[9] * size_t{256} + entry[10] * size_t{65536};
-      if (movi + offset < end) Append(index, Bytes(entry, entry + 16));
+  const auto found = std::search(bytes.begin(), bytes.end(), id.begin(), id.end());
+  if (found != bytes.end()) {
+    for (size_t at = static_cast<size_t>(found - bytes.begin()) + 8; at + 16 <= bytes.size(); at += 16) {
+      if (movi + U32(bytes, at + 8) < end) Append(index, Bytes(&bytes[at], &bytes[at] + 16));
     }
     index = Chunk("idx1", index);
   }
-  file.Put(movi - 4, Le32(end - movi));
-  return Join({Head(file.bytes, end), Bytes(end % 2), index});
+  const Bytes front = WithoutJunk(sample, 12, movi - 8);
+  return Riff("AVI ", Join({front, List("movi", Bytes(&bytes[movi + 4], &bytes[0] + end)), index}));
 }
-
 }  // namespace
 
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape): it is to end the program
   if (argc < 2) return std::cerr << "usage: make_corpus DIRECTORY SAMPLE...\n", 2;
   g_root = argv[1];
-  for (const char* target : {"host", "framers", "headers"}) fs::create_directories(g_root / target);
+  for (const char* target : {"host", "host-long", "framers", "headers"}) fs::create_directories(g_root / target);
   Built();
   Framers();
   for (const Bytes& bytes : {kMp3, kMp2, kAc3, kEac3, kH264, kMpeg4, Strf(VideoFormat{}), Strf(AudioFormat{})}) {
     Seed("headers", bytes, Bytes(40, 8));
   }
-  for (int i = 2; i < argc; ++i) Host(Shortened(argv[i]));
+  for (int i = 2; i < argc; ++i) {
+    std::ifstream in(argv[i], std::ios::binary);
+    AviFile sample;
+    sample.bytes.assign(std::istreambuf_iterator<char>(in), {});
+    Host(Shortened(sample, 2u << 10));
+    Host(Shortened(sample, 24u << 10), "host-long");
+  }
 }
