@@ -50,6 +50,7 @@ AviFile DrawFile(FuzzedDataProvider& input, const Bytes& payload) {
   AviFile file = builder.Build();
   if (fill) {
     file.Put(file.Find("idx1") + 16, Le32(file.bytes.size() + 8));
+    file.bytes.reserve(file.bytes.size() + 8 + kCarryBytes);
     Append(file.bytes, Join({"JUNK", Le32(kCarryBytes)}));
     for (size_t left = kCarryBytes; left > 0; left -= std::min(left, payload.size())) {
       Append(file.bytes, Head(payload, left));
