@@ -136,6 +136,31 @@ void Built() {
   Host(many.OldIndex());
 }
 
+/// Files whose every chunk disappoints, over and over: what one call may cost is tried on them.
+void Costly() {
+  const auto overlapping = [](AviBuilder builder, const std::string& id, const Bytes& chunk) {
+    builder.RawChunk(id, chunk);
+    const uint32_t size = static_cast<uint32_t>(chunk.size());
+    for (int i = 0; i < 2000; ++i) builder.IndexEntry(id, 0x10, 4, size);
+    Host(builder.OldIndex().Build().bytes, "host-long");
+  };
+  const Bytes nothing(30000, 0x11);
+  for (const uint32_t tag : {0x55u, 0x50u, 0x2000u, 0x01u}) {
+    overlapping(AviBuilder().Audio(Compressed(tag)), "00wb", nothing);
+    overlapping(AviBuilder().Audio(Compressed(tag)), "00wb", Times(5000, {0xFF, 0xFB, 0x90, 0x00, 0x0B, 0x77}));
+  }
+  for (const std::string fourcc : {"H264", "mpg2", "DX50"}) {
+    overlapping(AviBuilder().Video({.fourcc = fourcc}), "00dc", nothing);
+    overlapping(AviBuilder().Video({.fourcc = fourcc}), "00dc", Join({"\0\0\1\x20\x80", Bytes(9000, 0x22)}));
+  }
+  const auto sounding = AviBuilder().Video().Audio(Compressed(0x2000));
+  Host(Frames(sounding, 1500, "", "").Build().bytes, "host-long");
+  Host(Frames(sounding, 1200, "I", "").Build().bytes, "host-long");
+  AviBuilder lists = sounding;
+  for (int i = 0; i < 1000; ++i) lists.InMovi(List("rec ", "", 0)).InMovi(Chunk("JUNK", "", 0));
+  Host(lists.Build().bytes, "host-long");
+}
+
 void Framers() {
   // 2048 bytes, which fill a carry-over buffer so that the last frame ends four bytes in front of its end.
   const Bytes filling = Join({kAc3, Frame({0x0B, 0x77, 0, 0, 0x80, 0x40}, 192),
@@ -199,6 +224,7 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape): it is t
   g_root = argv[1];
   for (const char* target : {"host", "host-long", "framers", "headers"}) fs::create_directories(g_root / target);
   Built();
+  Costly();
   Framers();
   for (const Bytes& bytes : {kMp3, kMp2, kAc3, kEac3, kH264, kMpeg4, Strf(VideoFormat{}), Strf(AudioFormat{})}) {
     Seed("headers", bytes, Bytes(40, 8));
