@@ -141,8 +141,8 @@ void Costly() {
   const auto overlapping = [](AviBuilder builder, const std::string& id, const Bytes& chunk) {
     builder.RawChunk(id, chunk);
     const uint32_t size = static_cast<uint32_t>(chunk.size());
-    for (int i = 0; i < 2000; ++i) builder.IndexEntry(id, 0x10, 4, size);
-    Host(builder.OldIndex().Build().bytes, "host-long");
+    for (int i = 0; i < 1200; ++i) builder.IndexEntry(id, 0x10, 4, size);
+    Seed("host-long", builder.OldIndex().Build().bytes);
   };
   const Bytes nothing(30000, 0x11);
   for (const uint32_t tag : {0x55u, 0x50u, 0x2000u, 0x01u}) {
@@ -154,11 +154,11 @@ void Costly() {
     overlapping(AviBuilder().Video({.fourcc = fourcc}), "00dc", Join({"\0\0\1\x20\x80", Bytes(9000, 0x22)}));
   }
   const auto sounding = AviBuilder().Video().Audio(Compressed(0x2000));
-  Host(Frames(sounding, 1500, "", "").Build().bytes, "host-long");
-  Host(Frames(sounding, 1200, "I", "").Build().bytes, "host-long");
+  Seed("host-long", Frames(sounding, 1500, "", "").Build().bytes);
+  Seed("host-long", Frames(sounding, 1200, "I", "").Build().bytes);
   AviBuilder lists = sounding;
   for (int i = 0; i < 1000; ++i) lists.InMovi(List("rec ", "", 0)).InMovi(Chunk("JUNK", "", 0));
-  Host(lists.Build().bytes, "host-long");
+  Seed("host-long", lists.Build().bytes);
 }
 
 void Framers() {
