@@ -14,7 +14,7 @@ std::string Tree(const SRIFFNode* node) {
     const bool list = node->sRiff.dwType && node->sRiff.dwFourCC != FourCC("strf");
     const Bytes name = Le32(list ? node->sRiff.dwType : node->sRiff.dwFourCC);
     text += std::string(text.empty() ? "" : " ") + std::string(name.begin(), name.end());
-    if (node->pChild) text += "(" + Tree(node->pChild) + ")";
+    if (node->pChild) text.append("(").append(Tree(node->pChild)).append(")");
   }
   return text;
 }
