@@ -80,6 +80,22 @@ TEST(MpegAudioFramer, ThreeStrayBytesTravelWithTheFrameFourDropWhatIsBuffered) {
   EXPECT_EQ(log.Count("[GetMp3Data] [ERROR] Can't find next start code "), 1u);
 }
 
+TEST(MpegAudioFramer, WhatLiesBehindTheBytesHeldIsNoHeader) {
+  // Moving the frame over the two stray bytes leaves FB behind the FF that then ends the buffer.
+  const Bytes first = Join({Stray(2), F(0), Bytes{0x80, 0x80, 0xFB, 0xFF}});
+  EXPECT_EQ(Play(AudioFile(Coded(0x55, 44100, 0), {first, Join({F(1), F(2)})}, StreamHeader{.scale = 1152, .rate = 44100})),
+            (Units{{F(1), 26}}));
+}
+
+TEST(MpegAudioFramer, AChunkThatTurnsATrackVariableEndsNoReadingAhead) {
+  Bytes tagged = F(1);
+  std::copy_n("Xing", 4, tagged.begin() + 36);
+  const Bytes first = Join({F(0), Stray(2)}), rest(tagged.begin() + 40, tagged.end());
+  const StreamHeader header = {.scale = 1000, .rate = 38281};
+  const Units units = Play(AudioFile(kFormat, {first, Head(tagged, 40), rest, F(2)}, header));
+  EXPECT_EQ(units, (Units{{first, 52}, {tagged, 78}}));  // the time of the third chunk, the tag being in the second
+}
+
 TEST(MpegAudioFramer, AVariableRateChunkIsCutByItsFirstHeaderAndNeverReadAhead) {
   const AudioFormat vbr = Coded(0x55, 44100, 0);
   const StreamHeader header = {.scale = 1152, .rate = 44100};

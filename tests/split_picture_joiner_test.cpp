@@ -57,6 +57,9 @@ TEST(SplitPictureJoiner, ChunksThatAreAllPicturesAreLeftAlone) {
     CoreFile movie(builder.Chunk(0, "something else").Chunk(0, kPicture).OldIndex().Build());
     EXPECT_EQ(movie.Data(0), examined == 10 ? Got(Join({kSequence, kPicture})) : kNone) << examined;
     EXPECT_EQ(movie->IsSplitVideo(), examined != 10) << examined;
+    const size_t reads = movie.source.reads.size();
+    movie.Data(0);
+    EXPECT_EQ(movie.source.reads.size(), reads + 1) << "looked at again";
   }
 }
 
