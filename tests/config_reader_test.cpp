@@ -108,11 +108,24 @@ TEST(CodecConfig, H264PicturesCarryTheParameterSetsIfTheyFit) {
   EXPECT_EQ(Ask(plain, kVideo), kEmpty);  // nothing taken
   EXPECT_EQ((Units{plain.Video(), plain.Video(18), plain.Video(), plain.Video(17)}),
             (Units{Unit(both, 0), Unit(both, 40), Unit("\0\0\0\1\x41P", 80), Unit(idr, 120)}));
-  for (const unsigned long room : {11u, 12u}) {  // twelve bytes take the configuration
+  const struct {
+    bool buffer;
+    unsigned long room;
+    bool taken;
+  } kQueries[] = {{.buffer = false, .room = 0, .taken = false},
+                  {.buffer = false, .room = ~0ul, .taken = false},
+                  {.buffer = true, .room = 0, .taken = false},
+                  {.buffer = true, .room = 11, .taken = false},
+                  {.buffer = true, .room = 12, .taken = true}};
+  for (const auto& query : kQueries) {
+    SCOPED_TRACE(testing::Message() << query.buffer << ", room for " << query.room);
     Host told = host(both, true, sets);
-    SCOPED_TRACE(room);
-    EXPECT_EQ(Ask(told, kVideo, room), Config(Head(sets, room), 12, 0));
-    EXPECT_EQ((Units{told.Video(), told.Video()}), (Units{Unit(both, 0), Unit(room < 12 ? both : idr, 40)}));
+    Bytes buffer(12);
+    unsigned long length = 0;
+    EXPECT_EQ(told->GetVideoConfig(query.buffer ? buffer.data() : nullptr, &length, query.room), 0);
+    EXPECT_EQ(length, 12u);
+    EXPECT_EQ(buffer, Join({Head(sets, query.buffer ? query.room : 0), Bytes(12 - (query.buffer ? query.room : 0))}));
+    EXPECT_EQ((Units{told.Video(), told.Video()}), (Units{Unit(both, 0), Unit(query.taken ? idr : both, 40)}));
   }
   const auto last = [](const Host& movie) { return movie.Rest(AVI_TRACK_VIDEO).back(); };
   const Bytes junk(1000, 0xCC);

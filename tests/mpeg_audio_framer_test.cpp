@@ -83,8 +83,9 @@ TEST(MpegAudioFramer, ThreeStrayBytesTravelWithTheFrameFourDropWhatIsBuffered) {
 TEST(MpegAudioFramer, WhatLiesBehindTheBytesHeldIsNoHeader) {
   // Moving the frame over the two stray bytes leaves FB behind the FF that then ends the buffer.
   const Bytes first = Join({Stray(2), F(0), Bytes{0x80, 0x80, 0xFB, 0xFF}});
-  EXPECT_EQ(Play(AudioFile(Coded(0x55, 44100, 0), {first, Join({F(1), F(2)})}, StreamHeader{.scale = 1152, .rate = 44100})),
-            (Units{{F(1), 26}}));
+  EXPECT_EQ(
+      Play(AudioFile(Coded(0x55, 44100, 0), {first, Join({F(1), F(2)})}, StreamHeader{.scale = 1152, .rate = 44100})),
+      (Units{{F(1), 26}}));
 }
 
 TEST(MpegAudioFramer, AChunkThatTurnsATrackVariableEndsNoReadingAhead) {

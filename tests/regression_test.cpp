@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "tests/support/core_file.h"
 #include "tests/support/host.h"
 #include "tests/support/log_capture.h"
 
@@ -13,8 +14,10 @@ void PlayAll(const Bytes& file, int expectedOpen = 0) {
   for (int track = 0; track < 3; ++track) {
     host->SelectAudioTrack(track);
     for (const uint32_t kind : {AVI_TRACK_VIDEO, AVI_TRACK_AUDIO, AVI_TRACK_TEXT}) {
-      host->Seek(0, static_cast<int>(kind), 0);
-      host.Rest(kind);
+      for (const unsigned long ms : {1u, 0u}) {  // from the start nothing looks into an index
+        host->Seek(ms, static_cast<int>(kind), 0);
+        host.Rest(kind);
+      }
     }
   }
 }
@@ -51,7 +54,11 @@ TEST(Regression, AnOpenDmlIndexBehindATruncatedMovieFreesNoSharedTable) {
       Join({Chunk("avih", Avih({.streams = 2})), List("strl", stream),
             List("movi", Join({Chunk("00dc", "aaaa"), Chunk("01dc", "bbbb")})), Chunk("idx1", entries),
             List("movi", "", 0x10000), Chunk("indx", indx), List("strl", stream)});
-  PlayAll(Riff("AVI ", List("hdrl", children, 0x40000), 0x50000));
+  const Bytes file = Riff("AVI ", List("hdrl", children, 0x40000), 0x50000);
+  PlayAll(file);
+  CoreFile core(file);
+  EXPECT_EQ(core.Index(0), (Entries{{300, 4}}));
+  EXPECT_EQ(core.Index(1), Entries());  // it went with the table
 }
 
 }  // namespace

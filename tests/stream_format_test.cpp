@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "tests/support/core_file.h"
+#include "tests/support/heap_watch.h"
 #include "tests/support/log_capture.h"
 
 namespace {
@@ -43,6 +44,21 @@ TEST(StreamFormat, SoundFormatsAreFilledUpAndResolved) {
   EXPECT_EQ(sub(0xE06D802B, plus), "128 4 16 22");
   EXPECT_EQ(sub(1, Join({Head(base, 11), "r"})), "128 4 16 22");
   EXPECT_EQ(sub(1, Head(base, 11), 20), "385 4 16 21");  // too short for a sub-format
+}
+
+TEST(StreamFormat, AFormatThatClaimsMoreThanItsChunkHasEndsWithTheChunk) {
+  // Behind a block of 20 bytes: the rest of an extension that says 20 bits of PCM.
+  const Bytes extension =
+      Join({Le16(20), Le32(3), Le32(1), Bytes{0, 0, 0x10, 0, 0x80, 0, 0, 0xAA, 0, 0x38, 0x9B, 0x71}});
+  const Bytes whole = Strf(AudioFormat{.tag = 0xFFFE, .extra = extension});
+  for (const size_t size : {17u, 18u, 20u, 39u, 40u}) {
+    const Bytes behind(whole.begin() + static_cast<ptrdiff_t>(size), whole.end());
+    HeapWatch::PutBehind(&behind);
+    const std::string sound = Sound(Head(whole, size));
+    HeapWatch::PutBehind(nullptr);
+    const std::string extra = std::to_string(size < 18 ? 0 : size - 18), bits = size < 20 ? "16 " : "20 ";
+    EXPECT_EQ(sound.substr(0, sound.find_first_of("VW")), (size < 40 ? "128 4 " : "132 4 ") + bits + extra) << size;
+  }
 }
 
 }  // namespace

@@ -10,6 +10,7 @@ namespace {
 
 long g_failFirst = HeapWatch::kNever, g_failLast = HeapWatch::kNever;
 long g_asked = 0;
+const std::vector<uint8_t>* g_behind = nullptr;
 long g_blocks = 0;
 long g_bytes = 0, g_peak = 0;  // the test framework frees blocks that were never seen here: only differences count
 
@@ -39,7 +40,13 @@ void* __real_calloc(size_t count, size_t size);
 void* __real_realloc(void* block, size_t size);
 void __real_free(void* block);
 
-void* __wrap_calloc(size_t count, size_t size) { return Allowed() ? Took(__real_calloc(count, size)) : nullptr; }
+void* __wrap_calloc(size_t count, size_t size) {
+  if (!Allowed()) return nullptr;
+  if (!g_behind) return Took(__real_calloc(count, size));
+  void* const block = __real_calloc(1, count * size + g_behind->size());
+  std::copy(g_behind->begin(), g_behind->end(), static_cast<uint8_t*>(block) + count * size);
+  return Took(block);
+}
 void* __wrap_realloc(void* block, size_t size) {
   if (!Allowed()) return nullptr;
   const size_t before = block ? malloc_usable_size(block) : 0;
@@ -68,6 +75,7 @@ long HeapWatch::StopFailing() {
   g_failFirst = g_failLast = kNever;
   return g_asked;
 }
+void HeapWatch::PutBehind(const std::vector<uint8_t>* bytes) { g_behind = bytes; }
 long HeapWatch::LiveBlocks() { return g_blocks; }
 long HeapWatch::StartPeak() { return g_peak = g_bytes; }
 long HeapWatch::Peak() { return g_peak; }

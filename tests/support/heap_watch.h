@@ -1,6 +1,9 @@
 #ifndef ZU_TESTS_SUPPORT_HEAP_WATCH_H_
 #define ZU_TESTS_SUPPORT_HEAP_WATCH_H_
 
+#include <cstdint>
+#include <vector>
+
 /// The program's own calls of the C heap, which the linker sends here (--wrap), and its nothrow new. Not thread-safe.
 class HeapWatch {
  public:
@@ -10,6 +13,9 @@ class HeapWatch {
   static void Fail(long first, long last);
   /// @return how many were asked for since Fail.
   static long StopFailing();
+
+  /// From now on `bytes` lie behind every zeroed block, where nobody has any business; null ends it.
+  static void PutBehind(const std::vector<uint8_t>* bytes);
 
   /// Blocks of the C heap that were allocated and not freed.
   static long LiveBlocks();
