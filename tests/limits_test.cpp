@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/core_file.h"
 #include "tests/support/heap_watch.h"
 #include "tests/support/host.h"
 #include "tests/support/log_capture.h"
@@ -106,6 +107,106 @@ TEST(Limits, AnOpenCostsWhatTheFileIsWorth) {
     const Cost cost = OpenCost(MemorySource(file));
     EXPECT_LE(cost.peakBytes, 16 * file.size() + (40u << 20)) << name;
     EXPECT_LE(cost.reads, file.size() + 2000) << name;
+  }
+}
+
+/// A movie whose streams have an index of chunks each that claims so many entries; `rest` ends the file.
+Bytes WithIndexes(const std::vector<uint32_t>& entries, size_t rest, bool fields = false) {
+  Bytes header = Chunk("avih", Avih({.streams = static_cast<uint32_t>(entries.size())}));
+  for (const uint32_t count : entries) {
+    const Bytes index = Join({Le16(fields ? 3 : 2), Bytes{fields, 1}, Le32(count), "00dc", Bytes(12)});
+    Append(header,
+           List("strl", Join({Chunk("strh", Strh({})), Chunk("strf", Strf(VideoFormat{})), Chunk("indx", index)})));
+  }
+  return Avi(header, Chunk("JUNK", Bytes(rest, 1)));
+}
+
+TEST(Limits, IndexTablesOfFourTimesTheFileAreRead) {
+  const size_t head = WithIndexes(std::vector<uint32_t>(5, 800), 0).size();
+  // Five tables of 6400 bytes, of which each is in the file.
+  for (const size_t size : {8000u, 7998u}) {
+    const Bytes file = WithIndexes(std::vector<uint32_t>(5, 800), size - head);
+    ASSERT_EQ(file.size(), size);
+    CoreFile movie(file);
+    EXPECT_EQ(movie->GetIndexType(), size == 8000 ? 2u : 0u);
+    EXPECT_EQ(movie.Index(3).size(), 800u);
+    EXPECT_EQ(movie.Index(4).size(), size == 8000 ? 800u : 0u);
+  }
+}
+
+/// Of unknown length, while its main group claims 2 GiB.
+SparseSource Endless(Bytes file) {
+  const Bytes claimed = Le32(0x7FFFFFF0);
+  std::copy(claimed.begin(), claimed.end(), file.begin() + 4);
+  MemorySource source(file);
+  source.Stream(0);
+  return source;
+}
+
+TEST(Limits, IndexesOfAFileOfUnknownLengthHaveFixedBounds) {
+  constexpr uint32_t k64MiB = 8388608;  // in entries of 8 bytes
+  const struct {
+    const char* name;
+    std::vector<uint32_t> entries;
+    bool fields = false;
+    uint32_t type;
+  } kRows[] = {
+      {.name = "a table of 64 MiB", .entries = {k64MiB}, .type = 2},
+      {.name = "a larger one", .entries = {k64MiB + 1}, .type = 0},
+      {.name = "of fields", .entries = {5592405}, .fields = true, .type = 2},
+      {.name = "a larger one of fields", .entries = {5592406}, .fields = true, .type = 0},
+      {.name = "256 MiB in all", .entries = {k64MiB, k64MiB, k64MiB, k64MiB - 1, 1}, .type = 2},
+      {.name = "more", .entries = {k64MiB, k64MiB, k64MiB, k64MiB, 1}, .type = 0},
+  };
+  for (const auto& row : kRows) {
+    CoreFile movie(Endless(WithIndexes(row.entries, 100, row.fields)));
+    EXPECT_EQ(movie->GetIndexType(), row.type) << row.name;
+  }
+
+  // Two index chunks of a super index; the first gives 15 entries, up to the end of the file.
+  for (const uint32_t second : {k64MiB - 15, k64MiB - 14}) {
+    const auto chunk = [](uint32_t count) {
+      return Chunk("ix00", Join({Le16(2), Bytes{0, 1}, Le32(count), "00dc", Bytes(12)}));
+    };
+    AviBuilder builder;
+    builder.Video().InStream(Chunk("indx", Join({Le16(4), Le16(0), Le32(2), "00dc", Bytes(12 + 32)})));
+    AviFile file = builder.AfterMovi(Join({chunk(1000), chunk(second), Chunk("JUNK", Bytes(80))})).Build();
+    for (size_t i = 0; i < 2; ++i) file.Put(file.Find("indx") + 32 + 16 * i, Le64(file.Find("ix00", i)));
+    EXPECT_EQ(CoreFile(Endless(file)).Index(0).size(), second == k64MiB - 15 ? 15u + 11u : 15u);
+  }
+
+  const Bytes head = Join({Chunk("avih", Avih({.streams = 1})), List("strl", Chunk("strh", Strh({})))});
+  for (const uint32_t mebibytes : {32u, 64u, 65u, 4095u}) {
+    const Bytes index = Chunk("idx1", Bytes(64), mebibytes << 20);
+    const size_t table = OpenCost(Endless(Avi(head, Join({List("movi", ""), index})))).peakBytes;
+    EXPECT_NEAR(static_cast<double>(table >> 20), std::min(mebibytes, 64u), 1) << mebibytes;
+  }
+}
+
+TEST(Limits, CopiesFromAFileOfUnknownLengthHaveFixedBounds) {
+  const auto largest = [](const SparseSource& source) {
+    uint64_t most = 0;
+    for (const ReadCall& read : source.reads) most = std::max(most, read.length);
+    return most;
+  };
+  constexpr uint32_t k16MiB = 16u << 20;
+  for (const uint32_t size : {k16MiB - 1, k16MiB, k16MiB + 1}) {
+    SCOPED_TRACE(size);
+    AviBuilder video, sound;
+    video.Video().IndexEntry("00dc", 16, 4, size).OldIndex();
+    sound.Audio({.tag = 0x55}).IndexEntry("00wb", 16, 4, size).OldIndex();
+    const Host host(Endless(video.Build()));
+    unsigned long length = 0;
+    host->GetVideoConfig(nullptr, &length, 0);
+    EXPECT_EQ(largest(host.source), std::min(size, k16MiB));
+    CoreFile movie(Endless(sound.Build()));
+    movie->FindFirstDataMP3(0);
+    EXPECT_EQ(largest(movie.source), std::min(size, k16MiB));
+    for (const char* id : {"strd", "strn"}) {
+      const Bytes kept = AviBuilder().Video().InStream(Chunk(id, "x", size)).Build();
+      const uint64_t read = largest(Host(Endless(kept), {.open = {}}).source);
+      EXPECT_EQ(read, size <= k16MiB ? size : 56) << id;  // too much: the largest is a header's
+    }
   }
 }
 
