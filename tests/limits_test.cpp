@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
+#include "tests/support/complexity.h"
 #include "tests/support/core_file.h"
+#include "tests/support/elementary.h"
 #include "tests/support/heap_watch.h"
 #include "tests/support/host.h"
 #include "tests/support/log_capture.h"
@@ -12,27 +15,7 @@
 
 namespace {
 
-struct Cost {
-  int open;
-  int tracks;
-  size_t peakBytes;
-  size_t reads;
-};
-
-Cost OpenCost(SparseSource source) {
-  const LogCapture silence("0");
-  const long before = HeapWatch::StartPeak();
-  const Host host(std::move(source), {.open = {}});
-  const size_t peak = static_cast<size_t>(HeapWatch::Peak() - before);
-  return {host.opened, host->GetTrackCount(), peak, host.source.reads.size()};
-}
-
-Bytes Repeat(const Bytes& unit, size_t times) {
-  Bytes all;
-  all.reserve(unit.size() * times);
-  for (size_t i = 0; i < times; ++i) Append(all, unit);
-  return all;
-}
+Cost OpenCost(const Bytes& file) { return Meter({file}).Open(); }
 
 Bytes Avi(const Data& header, const Data& rest = "") { return Riff("AVI ", Join({List("hdrl", header), rest})); }
 
@@ -49,25 +32,25 @@ Bytes Nested(int depth) {
 }
 
 TEST(Limits, EachIsKeptOneBelowAndMetOneAbove) {
-  EXPECT_EQ(OpenCost(SparseSource(WithStreams(100))).tracks, 100);
-  EXPECT_EQ(OpenCost(SparseSource(WithStreams(101))).open, -1);
+  EXPECT_EQ(OpenCost(WithStreams(100)).status, 0);
+  EXPECT_EQ(OpenCost(WithStreams(101)).status, -1);
 
   // The main group is the first of the lists open at once.
-  EXPECT_EQ(OpenCost(MemorySource(Riff("AVI ", Nested(63)))).open, 0);
-  EXPECT_EQ(OpenCost(MemorySource(Riff("AVI ", Nested(64)))).open, -1);
+  EXPECT_EQ(OpenCost(Riff("AVI ", Nested(63))).status, 0);
+  EXPECT_EQ(OpenCost(Riff("AVI ", Nested(64))).status, -1);
 
   // The tree's nodes: the group is one of them.
   const Bytes tiny = Chunk("tiny", "xxxx");
-  EXPECT_EQ(OpenCost(MemorySource(Riff("AVI ", Repeat(tiny, (1u << 20) - 1)))).open, 0);
-  EXPECT_EQ(OpenCost(MemorySource(Riff("AVI ", Repeat(tiny, 1u << 20)))).open, -1);
+  EXPECT_EQ(OpenCost(Riff("AVI ", Repeat(tiny, (1u << 20) - 1))).status, 0);
+  EXPECT_EQ(OpenCost(Riff("AVI ", Repeat(tiny, 1u << 20))).status, -1);
 
   // A format: 16 MiB are taken, a byte more is not, and the file still opens.
   for (const uint32_t size : {16u << 20, (16u << 20) + 1}) {
     AviBuilder builder;
     builder.RawStream(Join({Chunk("strh", Strh({.type = "vids"})), Chunk("strf", Bytes(size, 'x'))}));
-    const Cost cost = OpenCost(SparseSource(builder.Build()));
-    EXPECT_EQ(cost.open, 0);
-    EXPECT_EQ(cost.peakBytes > (16u << 20), size == 16u << 20) << size;
+    const Cost cost = OpenCost(builder.Build());
+    EXPECT_EQ(cost.status, 0);
+    EXPECT_EQ(cost.heap > (16u << 20), size == 16u << 20) << size;
   }
 }
 
@@ -104,8 +87,8 @@ TEST(Limits, AnOpenCostsWhatTheFileIsWorth) {
       {"many formats in one stream", withStream(Join({audioHeader, Repeat(Chunk("strf", Bytes(1000, 1)), 500)}), "")},
   };
   for (const auto& [name, file] : files) {
-    const Cost cost = OpenCost(MemorySource(file));
-    EXPECT_LE(cost.peakBytes, 16 * file.size() + (40u << 20)) << name;
+    const Cost cost = OpenCost(file);
+    EXPECT_LE(cost.heap, 16 * file.size() + (40u << 20)) << name;
     EXPECT_LE(cost.reads, file.size() + 2000) << name;
   }
 }
@@ -178,7 +161,9 @@ TEST(Limits, IndexesOfAFileOfUnknownLengthHaveFixedBounds) {
   const Bytes head = Join({Chunk("avih", Avih({.streams = 1})), List("strl", Chunk("strh", Strh({})))});
   for (const uint32_t mebibytes : {32u, 64u, 65u, 4095u}) {
     const Bytes index = Chunk("idx1", Bytes(64), mebibytes << 20);
-    const size_t table = OpenCost(Endless(Avi(head, Join({List("movi", ""), index})))).peakBytes;
+    const long before = HeapWatch::StartPeak();
+    const Host host(Endless(Avi(head, Join({List("movi", ""), index}))), {.open = {}});
+    const long table = HeapWatch::Peak() - before;
     EXPECT_NEAR(static_cast<double>(table >> 20), std::min(mebibytes, 64u), 1) << mebibytes;
   }
 }
@@ -208,6 +193,155 @@ TEST(Limits, CopiesFromAFileOfUnknownLengthHaveFixedBounds) {
       EXPECT_EQ(read, size <= k16MiB ? size : 56) << id;  // too much: the largest is a header's
     }
   }
+}
+
+struct Track {
+  const char* name;
+  uint32_t tag;
+  Bytes frame, refused;
+  std::string line;  ///< about `refused`
+};
+const Track kFramed[] = {
+    {"MP3",
+     0x55,
+     Frame({0xFF, 0xFB, 0x90, 0}, 417, 1),
+     {0xFF, 0xFB, 0x94, 0, 0, 0, 0, 0},
+     "[DetectedMp3StartCode] Sampling rate is differ than configuration. default: 44100 detect : 48000"},
+    {"AC-3",
+     0x2000,
+     Frame({0x0B, 0x77, 0, 0, 0, 0x40}, 128, 1),
+     {0x0B, 0x77, 0, 0, 0, 0x48, 0, 0},
+     "DetectedAC3StartCode bsid is invalid"},
+};
+
+/// A track of `count` chunks with `payload`, all in one place, and one with a frame behind them.
+Feed ChunksBeforeAFrame(const Track& track, const Bytes& payload, size_t count) {
+  const Bytes first = Chunk("00wb", payload);
+  return {Movie({AudioStream(track.tag)}, OldIndexed(Join({first, Chunk("00wb", track.frame)}),
+                                                     Join({Repeat(OldEntry("00wb", 4, payload.size()), count),
+                                                           OldEntry("00wb", 4 + first.size(), track.frame.size())})))};
+}
+
+TEST(Limits, ASearchForAFrameGivesUpBehindAMegabyteOrAThousandChunks) {
+  // Ten searches in a call: of four chunks that are a megabyte and one more, of four that are longer, of a
+  // thousand.
+  struct {
+    size_t chunk, perCall;
+  } const kRows[] = {{1u << 18, 50}, {(1u << 18) + 1, 40}, {8, 10000}};
+  for (const Track& track : kFramed) {
+    for (const auto& row : kRows) {
+      SCOPED_TRACE(track.name + std::string(", chunks of ") + std::to_string(row.chunk));
+      Bytes payload = track.refused;
+      payload.resize(row.chunk);
+      Meter within(ChunksBeforeAFrame(track, payload, row.perCall - 1));
+      within.Open();
+      EXPECT_EQ(within.Get(AVI_TRACK_AUDIO).length, track.frame.size());
+
+      Meter beyond(ChunksBeforeAFrame(track, payload, row.perCall));
+      beyond.Open();
+      const Cost given = beyond.Get(AVI_TRACK_AUDIO);
+      EXPECT_EQ(given.status, 0);
+      EXPECT_EQ(given.length, 0u);
+      EXPECT_EQ(given.reads, row.perCall);
+      EXPECT_EQ(given.timeMs, (row.perCall - 1) * row.chunk / 16);  // 16 bytes are a millisecond
+      const Cost next = beyond.Get(AVI_TRACK_AUDIO);
+      EXPECT_EQ(next.length, track.frame.size());
+      EXPECT_EQ(next.timeMs, row.perCall * row.chunk / 16);
+    }
+  }
+}
+
+TEST(Limits, ACallWritesALineAboutAHeaderAHundredTimes) {
+  struct {
+    Bytes payload;
+    std::string line;
+  } const kRows[] = {{kFramed[0].refused, kFramed[0].line},
+                     {kFramed[0].refused, "[DetectedMp3StartCode] Start code not found."},
+                     {Bytes(2), "[DetectedMp3StartCode] unavailable value - [2]"},
+                     {kFramed[1].refused, kFramed[1].line},
+                     {kFramed[1].refused, "AC3 Start code not found."},
+                     {{0x0B, 0x77, 0, 0, 0xFF, 0, 0, 0}, "DetectedAC3StartCode Get abnormal frame size."},
+                     {Bytes(2), "[DetectedAC3StartCode] unavailable value - [2]"}};
+  for (const auto& row : kRows) {
+    const Track& track = kFramed[row.line.find("AC3") != std::string::npos];
+    for (const size_t chunks : {99u, 100u, 101u}) {
+      Meter meter(ChunksBeforeAFrame(track, row.payload, chunks));
+      const LogCapture log;
+      meter.Open();
+      for (const char* call : {"first", "after a seek"}) {
+        const size_t before = log.Count(row.line);
+        meter.Get(AVI_TRACK_AUDIO);
+        EXPECT_EQ(log.Count(row.line) - before, std::min<size_t>(chunks, 100)) << row.line << ", " << call;
+        meter->Seek(0, AVI_TRACK_AUDIO, 0);
+      }
+    }
+  }
+}
+
+TEST(Limits, AGrowingIndexIsCopiedNoMoreThanTwice) {
+  // Of the 9000 tables that this index has each brings one entry, of 16 bytes.
+  constexpr size_t kTables = 9000;
+  Meter meter(ComplexityFiles()[4].make(56 * kTables));
+  const Cost open = meter.Open();
+  EXPECT_EQ(open.status, 0);
+  EXPECT_GE(open.copied, 16 * kTables);
+  EXPECT_LE(open.copied, 3 * 16 * kTables);
+}
+
+TEST(Limits, AWalkWithoutAnEndEnds) {
+  const std::string kList = "[AVI] Error -> NewSRIFFNode(sRiff)";
+  struct {
+    const char* name;
+    Bytes front, unit;
+    std::string text, last;
+    size_t readsPerStep;
+  } const kRows[] = {
+      {"lists", {}, Join({"LIST", Le32(0)}), "ParseChild LIST ERROR - dwSize is 0... Read next byte", kList, 1},
+      {"chunks", {}, Chunk("JUNK", ""), "Found new FOURCC with next offset 0", kList + " : Chunk", 2},
+      {"groups", Movie({}, ""), Riff("AVI ", ""), "ERROR! pParent->pChild, pNodePrev->pNext is not valid", kList, 1},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    Meter meter({.bytes = row.front, .endless = row.unit, .streaming = true});
+    LogCapture log("5");
+    const Cost open = meter.Open();
+    EXPECT_EQ(open.status, -1);
+    EXPECT_GE(open.reads, row.readsPerStep << 20);
+    EXPECT_LE(open.reads, (row.readsPerStep << 20) + 5);
+    EXPECT_EQ(log.Count(row.text), 1000u);
+    std::vector<LogLine> lines = log.Lines();
+    EXPECT_EQ(lines[lines.size() - 2].text, row.last);
+  }
+}
+
+TEST(Limits, OnlyTheSourcesOwnLengthCounts) {
+  for (const ComplexityFile& file : ComplexityFiles()) {
+    if (file.name != std::string("gigabytes claimed, streamed")) continue;
+    Meter claimed(file.make(260));
+    EXPECT_EQ(claimed.Open().largest, 64u << 20);
+  }
+  // A file that has grown when its movi list is met, with either index behind what was seen first.
+  AviBuilder builder;
+  builder.Video();
+  for (int i = 0; i < 100; ++i) builder.Chunk(0, "frame");
+  AviFile old = builder.OldIndex().Build();
+  for (const int64_t seen : {old.movi + 4, old.movi + 700}) {
+    Meter growing({.bytes = old.bytes, .seen = {seen}});
+    growing.Open();
+    size_t frames = 0;
+    while (growing.Get(AVI_TRACK_VIDEO).length != 0) ++frames;
+    EXPECT_EQ(frames, 100u) << seen;
+  }
+}
+
+TEST(Limits, TheSearchForAFirstChunkIsMadeOnce) {
+  constexpr size_t kOthers = 5000, kEmpty = 1000;
+  const Bytes movi = Join({Repeat(Chunk("01wb", "x"), kOthers), Repeat(Chunk("00wb", ""), kEmpty + 2)});
+  Meter meter({Movie({AudioStream(0x55)}, List("movi", movi))});
+  meter.Open();
+  const Cost first = meter.Get(AVI_TRACK_AUDIO);
+  EXPECT_EQ(first.status, AVI_END_OF_STREAM);
+  EXPECT_EQ(first.reads, kOthers + kEmpty);
 }
 
 }  // namespace

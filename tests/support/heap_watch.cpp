@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 namespace {
@@ -13,6 +14,7 @@ long g_asked = 0;
 const std::vector<uint8_t>* g_behind = nullptr;
 long g_blocks = 0;
 long g_bytes = 0, g_peak = 0;  // the test framework frees blocks that were never seen here: only differences count
+size_t g_largest = 0, g_copied = 0;
 
 bool Allowed() {
   const long number = g_asked++;
@@ -42,6 +44,7 @@ void __real_free(void* block);
 
 void* __wrap_calloc(size_t count, size_t size) {
   if (!Allowed()) return nullptr;
+  g_largest = std::max(g_largest, count * size);
   if (!g_behind) return Took(__real_calloc(count, size));
   void* const block = __real_calloc(1, count * size + g_behind->size());
   std::copy(g_behind->begin(), g_behind->end(), static_cast<uint8_t*>(block) + count * size);
@@ -49,12 +52,15 @@ void* __wrap_calloc(size_t count, size_t size) {
 }
 void* __wrap_realloc(void* block, size_t size) {
   if (!Allowed()) return nullptr;
-  const size_t before = block ? malloc_usable_size(block) : 0;
-  void* grown = __real_realloc(block, size);
-  if (!grown) return nullptr;
-  g_blocks -= block != nullptr;
-  g_bytes -= static_cast<long>(before);
-  return Took(grown);
+  g_largest = std::max(g_largest, size);
+  void* const moved = Took(__real_realloc(nullptr, size));
+  if (!moved || !block) return moved;
+  const size_t kept = std::min(malloc_usable_size(block), size);
+  std::memcpy(moved, block, kept);
+  g_copied += kept;
+  Gave(block);
+  __real_free(block);
+  return moved;
 }
 void __wrap_free(void* block) {
   Gave(block);
@@ -77,5 +83,10 @@ long HeapWatch::StopFailing() {
 }
 void HeapWatch::PutBehind(const std::vector<uint8_t>* bytes) { g_behind = bytes; }
 long HeapWatch::LiveBlocks() { return g_blocks; }
-long HeapWatch::StartPeak() { return g_peak = g_bytes; }
+long HeapWatch::StartPeak() {
+  g_largest = g_copied = 0;
+  return g_peak = g_bytes;
+}
 long HeapWatch::Peak() { return g_peak; }
+size_t HeapWatch::Largest() { return g_largest; }
+size_t HeapWatch::Copied() { return g_copied; }

@@ -1,6 +1,7 @@
 #ifndef ZU_TESTS_SUPPORT_HEAP_WATCH_H_
 #define ZU_TESTS_SUPPORT_HEAP_WATCH_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -23,6 +24,9 @@ class HeapWatch {
   static long StartPeak();
   /// The most bytes in use at once since then.
   static long Peak();
+  /// Since then, too: the largest block asked for, and the bytes copied by realloc, which here moves every block.
+  static size_t Largest();
+  static size_t Copied();
 };
 
 #endif  // ZU_TESTS_SUPPORT_HEAP_WATCH_H_

@@ -16,6 +16,7 @@ namespace {
 std::vector<LogLine> g_lines;
 LogCapture::Level g_level;
 bool g_active = false;
+size_t g_written = 0;
 
 void Reset(bool active, const LogCapture::Level& level) {
   EXPECT_NE(g_active, active) << "two captures at a time";
@@ -36,6 +37,7 @@ struct LevelCheck : testing::EmptyTestEventListener {
 // The program exports these two, so they stand before the platform's own for the shared library as well.
 
 int __android_log_print(int prio, const char* tag, const char* format, ...) {
+  ++g_written;
   if (!g_active) return 0;
   char text[1024];
   va_list args;
@@ -61,6 +63,7 @@ LogCapture::LogCapture(const Level& level) {
 }
 LogCapture::~LogCapture() { Reset(false, {}); }
 const std::vector<LogLine>& LogCapture::Lines() const { return g_lines; }
+size_t LogCapture::Written() { return g_written; }
 void LogCapture::Clear() { g_lines.clear(); }
 
 bool LogCapture::Has(int prio, const std::string& tag, const std::string& text) const {

@@ -44,6 +44,8 @@ class LogCapture {
   LogCapture& operator=(const LogCapture&) = delete;
 
   const std::vector<LogLine>& Lines() const;
+  /// Lines written by the program since it began, kept or not.
+  static size_t Written();
   void Clear();
   bool Has(int prio, const std::string& tag, const std::string& text) const;
   size_t Count(const std::string& text) const;
