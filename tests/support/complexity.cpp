@@ -16,7 +16,7 @@ int MeteredSource::GetSize(int64_t* length) {
 
 int MeteredSource::ReadAt(int64_t offset, void* buffer, uint64_t* length) {
   const uint64_t wanted = std::exchange(*length, 0);
-  if (++reads > (size_t{9} << 18) + 4 * Size() || offset < 0) return AVI_IO_ERROR;
+  if (++reads > (size_t{9} << 18) + 64 * Size() || offset < 0) return AVI_IO_ERROR;
   const uint64_t at = static_cast<uint64_t>(offset);
   if (at + wanted > static_cast<uint64_t>(m_feed.blockedFrom)) return AVI_SOURCE_WOULD_BLOCK;
   uint8_t* const out = static_cast<uint8_t*>(buffer);
