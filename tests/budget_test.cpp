@@ -143,7 +143,7 @@ TEST(Budget, SomeOpenComesNear) {
   ExpectNear({
       {"reads of probes", probing.reads, 100 * 1005 + 5, Reads(probes.FileSize())},
       {"reads of lists", listed.reads, 100 * 10005 + 5, Reads(lists.FileSize()) + 100 * lists.FileSize() / 12},
-      {"bytes of lists", listed.bytes, listed.bytes, OpenBudget(lists.FileSize(), false).bytes},
+      {"bytes of lists", listed.bytes, 12009504, OpenBudget(lists.FileSize(), false).bytes},
       {"reads of a search", searching.reads, 100 * 994 + 8, zeros.FileSize()},
       {"lines", refused.lines, 19999, OpenBudget(lines.FileSize(), false).lines},
   });
@@ -166,7 +166,7 @@ TEST(Budget, SomeDeliveryComesNear) {
       {"bytes of audio", silent.Get(kAudio).bytes, 20 * kMiB, 24 * kMiB + 4 * silent.FileSize()},
       {"bytes of video", refused.Get(kVideo).bytes, 21 * kMiB, 22 * kMiB + 4 * refused.FileSize()},
       {"bytes of split video", joining.bytes, kChunks * kChunk + 10 * 5, 51 * 21 * kChunk + 4 * split.FileSize()},
-      {"lines of split video", joining.lines, joining.lines, kDeliveryLines},
+      {"lines of split video", joining.lines, 3131, kDeliveryLines},
   });
 }
 
