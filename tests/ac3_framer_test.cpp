@@ -63,6 +63,13 @@ TEST(Ac3Framer, ThreeStrayBytesTravelWithTheFrameFourMakeTheSearchGoOn) {
   EXPECT_EQ(log.Count("[ERROR] Can't find next start code "), 1u);
 }
 
+TEST(Ac3Framer, WhatLiesBehindTheBytesHeldIsNoSyncWord) {
+  // Moving the frames over the two stray bytes leaves 77 behind the 0B that then ends the buffer.
+  const Bytes first = Join({Stray(2), F(0), F(1), Bytes{0x80, 0x80, 0x77, 0x0B}});
+  EXPECT_EQ(PlayChunks({first, Join({F(2), F(3)}), Join({F(4), F(5)})}),
+            (Units{{F(0), 0}, {F(2), 128}, {F(3), 160}, {F(4), 192}}));
+}
+
 TEST(Ac3Framer, AnEac3FramesSizeIsReadAtTheFrontAndItsBitRateServesOneRead) {
   Bytes f[5];  // 768 is taken for the words of 384 kbit/s
   for (uint32_t n = 0; n < 5; ++n) f[n] = Frame({0x0B, 0x77, 0x01, 0x7F, 0, 0x80}, 768, n);

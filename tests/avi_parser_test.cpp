@@ -259,6 +259,9 @@ TEST(AviParser, ASecondOpenLeavesNothingOfTheFirst) {
   shortened[0].pop_back(), shortenedAc3[0].pop_back();
   const Bytes picture = Join({Bytes{0, 0, 1, 0, 0, 0x08}, "picture"}),
               other = Join({Bytes{0, 0, 1, 0, 0, 0x10}, "other"});
+  AviBuilder late;  // more empty chunks than the first call reads
+  late.Audio(Coded(0xFF, 8000, 999)).OldIndex();
+  for (int i = 0; i < 15; ++i) late.Chunk(0, "");
   const std::pair<const char*, AviFile> files[] = {
       {"no streams", AviBuilder().Build()},
       {"MP3, frames", AudioFile(mp3Format, shortened)},
@@ -295,6 +298,7 @@ TEST(AviParser, ASecondOpenLeavesNothingOfTheFirst) {
                     .Chunk(0, other)
                     .OldIndex()
                     .Build()},
+      {"late", late.Chunk(0, "aac").Build()},
       {"scanned", AviBuilder().Video().Audio(Coded(0xFF, 8000, 999)).Chunk(0, "I").Chunk(1, "a").Build()},
   };
   const LogCapture silence("0");

@@ -121,23 +121,26 @@ const Sound kLong{{}, {.rate = 100, .sampleSize = 1}, {1, 99}}, kPcm{{}, kSized,
     kAc3Vbr{{.tag = 0x2000, .bytesPerSecond = 0}, kSized, {10, 20, 10, 5, 7}},
     kFrames{{.tag = 0x2001}, {.scale = 1152, .rate = 44100}, {9, 8, 7, 6, 5}},       // 38.28 a second
     kMp3{{.tag = 0x55, .rate = 22050, .bytesPerSecond = 148}, kSized, {145, 1, 1}},  // frames of 3.866 bytes
-    kMpeg{{.tag = 0x50, .bytesPerSecond = 148}, kSized, {113, 1, 1, 99}};            // and of 3
+    kMp3At44{
+        {.tag = 0x55, .rate = 44100, .bytesPerSecond = 148}, kSized, {113, 1, 1, 99}},  // the same 38 times a second
+    kMpeg{{.tag = 0x50, .bytesPerSecond = 148}, kSized, {113, 1, 1, 99}};               // and of 3
 
 TEST(Seek, AudioGoesByPositionsBlocksOrBytes) {
   const struct {
     Sound sound;
     uint32_t ms;
     Cursor at;
-  } kRows[] = {{.sound = kFrames, .ms = 60, .at = {2, 0, 2}},   {.sound = kFrames, .ms = 9999, .at = {4, 0, 4}},
-               {.sound = kAc3Vbr, .ms = 250, .at = {2, 0, 2}},  {.sound = kUnaligned, .ms = 300, .at = {3, 30, 3}},
-               {.sound = kBlocks, .ms = 99, .at = {0, 0, 0}},   {.sound = kBlocks, .ms = 400, .at = {3, 30, 4}},
-               {.sound = kBlocks, .ms = 599, .at = {4, 60, 5}}, {.sound = kBlocks, .ms = 5000, .at = {5, 61, 50}},
-               {.sound = kPcm, .ms = 499, .at = {0, 0, 0}},     {.sound = kPcm, .ms = 999, .at = {2, 20, 0}},
-               {.sound = kPcm, .ms = 1000, .at = {3, 40, 0}},   {.sound = kPcm, .ms = 2000, .at = {4, 60, 0}},
-               {.sound = kMp3, .ms = 1000, .at = {2, 146, 2}},  {.sound = kMp3, .ms = 9000, .at = {3, 147, 3}},
-               {.sound = kMpeg, .ms = 1000, .at = {2, 114, 0}}, {.sound = kGrowing, .ms = 1, .at = {0, 0, 0}},
-               {.sound = kAc3, .ms = 300, .at = {2, 35, 2}},    {.sound = kAc3, .ms = 5000, .at = {4, 52, 4}},
-               {.sound = kAac, .ms = 250, .at = {2, 0, 0}},     {.sound = kAac, .ms = 0xFFFFFFFF, .at = {3, 0, 0}}};
+  } kRows[] = {{.sound = kFrames, .ms = 60, .at = {2, 0, 2}},      {.sound = kFrames, .ms = 9999, .at = {4, 0, 4}},
+               {.sound = kAc3Vbr, .ms = 250, .at = {2, 0, 2}},     {.sound = kUnaligned, .ms = 300, .at = {3, 30, 3}},
+               {.sound = kBlocks, .ms = 99, .at = {0, 0, 0}},      {.sound = kBlocks, .ms = 400, .at = {3, 30, 4}},
+               {.sound = kBlocks, .ms = 599, .at = {4, 60, 5}},    {.sound = kBlocks, .ms = 5000, .at = {5, 61, 50}},
+               {.sound = kPcm, .ms = 499, .at = {0, 0, 0}},        {.sound = kPcm, .ms = 999, .at = {2, 20, 0}},
+               {.sound = kPcm, .ms = 1000, .at = {3, 40, 0}},      {.sound = kPcm, .ms = 2000, .at = {4, 60, 0}},
+               {.sound = kMp3, .ms = 1000, .at = {2, 146, 2}},     {.sound = kMp3, .ms = 9000, .at = {3, 147, 3}},
+               {.sound = kMp3At44, .ms = 1000, .at = {3, 115, 3}}, {.sound = kMpeg, .ms = 1000, .at = {2, 114, 0}},
+               {.sound = kGrowing, .ms = 1, .at = {0, 0, 0}},      {.sound = kAc3, .ms = 300, .at = {2, 35, 2}},
+               {.sound = kAc3, .ms = 5000, .at = {4, 52, 4}},      {.sound = kAac, .ms = 250, .at = {2, 0, 0}},
+               {.sound = kAac, .ms = 0xFFFFFFFF, .at = {3, 0, 0}}};
   for (const auto& row : kRows) {
     EXPECT_EQ(Sought(row.sound, row.sound, row.ms, false), std::pair(row.at, row.at))
         << "row " << &row - kRows << " to " << row.ms;
