@@ -1,10 +1,10 @@
-#include "tests/observe/scenarios.h"
+#include "tools/observe/scenarios.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 
-#include "tests/observe/recorder.h"
+#include "tools/observe/recorder.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
-#ifndef ZU_TESTS_OBSERVE_RECORDER_H_
-#define ZU_TESTS_OBSERVE_RECORDER_H_
+#ifndef ZU_TOOLS_OBSERVE_RECORDER_H_
+#define ZU_TOOLS_OBSERVE_RECORDER_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -21,4 +21,4 @@ uint64_t Fnv(const void* data, size_t size, uint64_t hash = 0xCBF29CE484222325u)
 /// Adds a line to the scenario's hash. Ends the process with kStoppedExit when there have been too many.
 [[gnu::format(printf, 1, 2)]] void Event(const char* format, ...);
 
-#endif  // ZU_TESTS_OBSERVE_RECORDER_H_
+#endif  // ZU_TOOLS_OBSERVE_RECORDER_H_

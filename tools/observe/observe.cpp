@@ -19,9 +19,9 @@
 #include <iterator>
 #include <new>
 
-#include "tests/observe/make_mutants.h"
-#include "tests/observe/recorder.h"
-#include "tests/observe/scenarios.h"
+#include "tools/observe/make_mutants.h"
+#include "tools/observe/recorder.h"
+#include "tools/observe/scenarios.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
-#ifndef ZU_TESTS_OBSERVE_MAKE_MUTANTS_H_
-#define ZU_TESTS_OBSERVE_MAKE_MUTANTS_H_
+#ifndef ZU_TOOLS_OBSERVE_MAKE_MUTANTS_H_
+#define ZU_TOOLS_OBSERVE_MAKE_MUTANTS_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -10,4 +10,4 @@
 /// @return the program's exit status.
 int MakeMutants(const std::filesystem::path& in, const std::filesystem::path& out, size_t count, uint64_t seed);
 
-#endif  // ZU_TESTS_OBSERVE_MAKE_MUTANTS_H_
+#endif  // ZU_TOOLS_OBSERVE_MAKE_MUTANTS_H_

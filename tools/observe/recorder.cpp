@@ -1,4 +1,4 @@
-#include "tests/observe/recorder.h"
+#include "tools/observe/recorder.h"
 
 #include <unistd.h>
 

@@ -1,5 +1,5 @@
-#ifndef ZU_TESTS_OBSERVE_SCENARIOS_H_
-#define ZU_TESTS_OBSERVE_SCENARIOS_H_
+#ifndef ZU_TOOLS_OBSERVE_SCENARIOS_H_
+#define ZU_TOOLS_OBSERVE_SCENARIOS_H_
 
 #include <functional>
 #include <string>
@@ -22,4 +22,4 @@ struct Scenario {
 
 std::vector<Scenario> Scenarios();
 
-#endif  // ZU_TESTS_OBSERVE_SCENARIOS_H_
+#endif  // ZU_TOOLS_OBSERVE_SCENARIOS_H_

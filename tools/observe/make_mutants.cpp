@@ -1,4 +1,4 @@
-#include "tests/observe/make_mutants.h"
+#include "tools/observe/make_mutants.h"
 
 #include <algorithm>
 #include <cstdio>
