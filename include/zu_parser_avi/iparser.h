@@ -74,9 +74,10 @@ class IParser {
   /// @return 0, also for a file without streams (GetTrackCount is 0 then) and for a file whose streams nobody can
   ///         decode; AVI_OPEN_FAILED when the container cannot be parsed or memory is out.
   ///
-  /// After a refusal there are no tracks: queries give 0 and null, data operations AVI_OK with length 0 for ever, seeks
-  /// nothing. Another Open, with this or another source, is allowed, and Close is still due. So is an Open on top of an
-  /// opened item, without a Close in between: it drops that item, and pointers from GetTrackInfo with it.
+  /// After a refusal there are no tracks: counts are 0, records null, data operations AVI_OK with length 0 for ever.
+  /// GetVideoConfig and GetNextVideoKeyFrameTime may still answer from what was found before the refusal; both mean
+  /// nothing then. Another Open, with this or another source, is allowed, and Close is still due. So is an Open on top
+  /// of an opened item, without a Close in between: it drops that item, and pointers from GetTrackInfo with it.
   virtual int Open(IDataSource* source) = 0;
 
   /// Opens nothing; the 0 is not a success.
