@@ -56,8 +56,10 @@ TEST(StreamFormat, AFormatThatClaimsMoreThanItsChunkHasEndsWithTheChunk) {
     HeapWatch::PutBehind(&behind);
     const std::string sound = Sound(Head(whole, size));
     HeapWatch::PutBehind(nullptr);
-    const std::string extra = std::to_string(size < 18 ? 0 : size - 18), bits = size < 20 ? "16 " : "20 ";
-    EXPECT_EQ(sound.substr(0, sound.find_first_of("VW")), (size < 40 ? "128 4 " : "132 4 ") + bits + extra) << size;
+    std::string expected = size < 40 ? "128 4 " : "132 4 ";
+    expected += size < 20 ? "16 " : "20 ";
+    expected += std::to_string(size < 18 ? 0 : size - 18);
+    EXPECT_EQ(sound.substr(0, sound.find_first_of("VW")), expected) << size;
   }
 }
 
