@@ -3,24 +3,24 @@
 #include "avifile/format_fields.h"
 #include "avifile/sample_time.h"
 
-int AudioReader::GetNextAudioData(int stream, const SChunkRead& read) {
-  *read.piRead = 0;
-  const SAVIStream* record = m_Movie.streams.At(stream);
-  if (!record) return read.End();
+int AudioReader::GetNextAudioData(int stream, SChunkRead* read) {
+  read->nRead = 0;
+  SAVIStream* record = m_Movie.streams.At(stream);
+  if (!record) return read->End();
   const bool byIndex = IsTimedByIndex(m_Movie.streams, stream, record);
   uint32_t ac3BitRate = 0;
   if (record->nStreamType == STREAM_TYPE_AC3 && record->m_pStrh && record->m_pStrf && !byIndex) {
     ac3BitRate = m_dwAC3BitRate;
     m_dwAC3BitRate = 0;  // it serves one read
   }
-  *read.piTimeStamp = AudioTime(record, byIndex, record->dwCurrIdx, record->dwTotalBytes, ac3BitRate);
-  return m_Chunks.GetNextData(stream, read);
+  read->nTimeStamp = AudioTime(record, byIndex, record->dwCurrIdx, record->dwTotalBytes, ac3BitRate);
+  return m_Chunks.Read(stream, record, read);
 }
 
-int AudioReader::GetFirstAudioData(int stream, const SChunkRead& read) {
-  *read.piRead = 0;
+int AudioReader::GetFirstAudioData(int stream, SChunkRead* read) {
+  read->nRead = 0;
   SAVIStream* record = m_Movie.streams.At(stream);
-  if (!record) return read.End();
+  if (!record) return read->End();
   if (!m_Movie.IsIndexed()) {
     if (!m_Movie.m_pMovi) return AVI_ERROR;
     if (m_Scanner.PlaceCursor(stream, record) == AVI_ERROR) return AVI_ERROR;

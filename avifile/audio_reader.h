@@ -16,8 +16,8 @@ class AudioReader {
   // @return as ChunkReader::GetNextData.
 
   /// The first read after open or a seek: finds the stream's first chunk when there is no index.
-  int GetFirstAudioData(int stream, const SChunkRead& read);
-  int GetNextAudioData(int stream, const SChunkRead& read);
+  int GetFirstAudioData(int stream, SChunkRead* read);
+  int GetNextAudioData(int stream, SChunkRead* read);
 
   /// The bit rate of an audio frame just found, in bit/s. The next read of an AC-3 stream takes its time from it.
   void SetAC3BitRate(uint32_t bitsPerSecond) { m_dwAC3BitRate = bitsPerSecond; }

@@ -74,24 +74,30 @@ class CAVIFileParser {
   // `buf` has `nBufLen` bytes; `piRead` [out] bytes written; `piTimeStamp` [out] milliseconds, 0xFFFFFFFF at the end.
 
   int GetNextData(int stream, char* buf, uint32_t nBufLen, uint32_t* piRead, uint32_t* piTimeStamp) {
-    return m_Open->chunks.GetNextData(stream, {buf, nBufLen, piRead, piTimeStamp});
+    return Read(buf, nBufLen, piRead, piTimeStamp,
+                [&](SChunkRead* read) { return m_Open->chunks.GetNextData(stream, read); });
   }
   int GetNextTextData(int stream, char* buf, uint32_t nBufLen, uint32_t* piRead, uint32_t* piTimeStamp) {
-    return m_Open->chunks.GetNextTextData(stream, {buf, nBufLen, piRead, piTimeStamp});
+    return Read(buf, nBufLen, piRead, piTimeStamp,
+                [&](SChunkRead* read) { return m_Open->chunks.GetNextTextData(stream, read); });
   }
   int GetFirstAudioData(int stream, char* buf, uint32_t nBufLen, uint32_t* piRead, uint32_t* piTimeStamp) {
-    return m_Open->audio.GetFirstAudioData(stream, {buf, nBufLen, piRead, piTimeStamp});
+    return Read(buf, nBufLen, piRead, piTimeStamp,
+                [&](SChunkRead* read) { return m_Open->audio.GetFirstAudioData(stream, read); });
   }
   int GetNextAudioData(int stream, char* buf, uint32_t nBufLen, uint32_t* piRead, uint32_t* piTimeStamp) {
-    return m_Open->audio.GetNextAudioData(stream, {buf, nBufLen, piRead, piTimeStamp});
+    return Read(buf, nBufLen, piRead, piTimeStamp,
+                [&](SChunkRead* read) { return m_Open->audio.GetNextAudioData(stream, read); });
   }
   void SetAC3BitRate(uint32_t bitsPerSecond) { m_Open->audio.SetAC3BitRate(bitsPerSecond); }
   int GetFirstVideoData(int stream, char* buf, uint32_t nBufLen, uint32_t* piRead, bool /*keyOnly*/,
                         uint32_t* piTimeStamp) {
-    return m_Open->video.GetFirstVideoData(stream, {buf, nBufLen, piRead, piTimeStamp});
+    return Read(buf, nBufLen, piRead, piTimeStamp,
+                [&](SChunkRead* read) { return m_Open->video.GetFirstVideoData(stream, read); });
   }
   int GetNextVideoData(int stream, char* buf, uint32_t nBufLen, uint32_t* piRead, bool keyOnly, uint32_t* piTimeStamp) {
-    return m_Open->video.GetNextVideoData(stream, keyOnly, {buf, nBufLen, piRead, piTimeStamp});
+    return Read(buf, nBufLen, piRead, piTimeStamp,
+                [&](SChunkRead* read) { return m_Open->video.GetNextVideoData(stream, keyOnly, read); });
   }
 
   // --- Cursors: see ChunkScanner, Seeker ---
@@ -116,6 +122,15 @@ class CAVIFileParser {
                                     int* bitrateKbps = nullptr, int* samplesPerFrame = nullptr);
 
  private:
+  template <typename Reader>
+  static int Read(char* buf, uint32_t nBufLen, uint32_t* piRead, uint32_t* piTimeStamp, Reader reader) {
+    SChunkRead read{buf, nBufLen, *piRead, *piTimeStamp};
+    const int status = reader(&read);
+    *piRead = read.nRead;
+    *piTimeStamp = read.nTimeStamp;
+    return status;
+  }
+
   /// Everything that belongs to one open file. Made anew as a whole, so that nothing of an earlier file can be left.
   struct SOpenFile {
     explicit SOpenFile(AVISourceReader* reader) : file(reader) {}

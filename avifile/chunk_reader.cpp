@@ -20,24 +20,19 @@ size_t XingOffset(uint8_t headerByte1, uint32_t channels) {
 
 }  // namespace
 
-int ChunkReader::GetNextData(int stream, const SChunkRead& read) {
+int ChunkReader::GetNextData(int stream, SChunkRead* read) {
   SAVIStream* record = m_Movie.streams.At(stream);
-  if (!record) return read.End();
-  return m_Movie.IsIndexed() ? ReadIndexed(stream, record, read) : ReadScanned(stream, record, read);
+  return record ? Read(stream, record, read) : read->End();
 }
 
-int ChunkReader::ReadIndexed(int stream, SAVIStream* record, const SChunkRead& read) {
+int ChunkReader::ReadIndexed(int stream, SAVIStream* record, SChunkRead* read) {
   const SIndexEntry* entry = IndexEntry(record, record->dwCurrIdx);
-  const uint32_t chunkSize = entry ? ChunkSize(*entry) : 0;
-  if (chunkSize > read.nBufLen) {
+  if (!entry) return MissingEntry(stream, record, read);
+  const uint32_t chunkSize = ChunkSize(*entry);
+  if (chunkSize > read->nBufLen) {
     AVI_LOGE(" GetNextData : AVI_INSUFFICIENT_BUFFER dwChunkSize  > nBufLen, nBufLen:%ld,dwChunkSize:%ld",
-             static_cast<long>(read.nBufLen), static_cast<long>(chunkSize));
-    return read.End();
-  }
-  if (!entry) {
-    AVI_LOGI(" [AVI] GetNextData Error :: cur_idx[%d]:%lu >= IdxNum[%d]:%lu ", stream,
-             static_cast<unsigned long>(record->dwCurrIdx), stream, static_cast<unsigned long>(IndexCount(record)));
-    return read.End();
+             static_cast<long>(read->nBufLen), static_cast<long>(chunkSize));
+    return read->End();
   }
 
   const bool mpegVideo = record->nStreamType == STREAM_TYPE_MPEG2 || record->nStreamType == STREAM_TYPE_MPEG1;
@@ -47,40 +42,46 @@ int ChunkReader::ReadIndexed(int stream, SAVIStream* record, const SChunkRead& r
     if (m_Joiner.IsSplitVideo()) return m_Joiner.Read(record, *entry, read);
   }
   m_File.Seek(entry->qwOffset);
-  const int nRead = m_File.Read(read.buf, chunkSize);
+  const int nRead = m_File.Read(read->buf, chunkSize);
   if (nRead < 0) return FailedChunkRead(nRead, read);
-  *read.piRead = static_cast<uint32_t>(nRead);
+  read->nRead = static_cast<uint32_t>(nRead);
   if (record->nStreamType == STREAM_TYPE_MP3) {
-    ExamineMp3Chunk(stream, record, {reinterpret_cast<const uint8_t*>(read.buf), *read.piRead});
+    ExamineMp3Chunk(stream, record, {reinterpret_cast<const uint8_t*>(read->buf), read->nRead});
   }
 
-  record->dwTotalBytes = CheckedAdd<uint64_t>(record->dwTotalBytes, *read.piRead);
+  record->dwTotalBytes = CheckedAdd<uint64_t>(record->dwTotalBytes, read->nRead);
   record->dwCurrIdx = CheckedAdd<uint32_t>(record->dwCurrIdx, 1u);
   if (!mpegVideo) record->dwChunkCount = CheckedAdd<uint32_t>(record->dwChunkCount, 1u);
-  return CheckIndexedRead(chunkSize, read);
+  return nRead != 0 ? AVI_OK : EmptyIndexedRead(chunkSize, read);
+}
+
+int ChunkReader::MissingEntry(int stream, const SAVIStream* record, SChunkRead* read) {
+  AVI_LOGI(" [AVI] GetNextData Error :: cur_idx[%d]:%lu >= IdxNum[%d]:%lu ", stream,
+           static_cast<unsigned long>(record->dwCurrIdx), stream, static_cast<unsigned long>(IndexCount(record)));
+  return read->End();
 }
 
 void ChunkReader::ExamineMp3Chunk(int stream, const SAVIStream* record, ByteSpan chunk) {
   if (chunk.size() < 4) return;
-  SMpegAudioHeader header;
-  if (!DecodeMpegAudioHeader(LoadBe32(chunk.data()), &header)) return;
-  if (SampleSize(record) == 0 && header.nKbps != uint64_t{AvgBytesPerSec(record)} * 8 / 1000) {
+  const SMpegAudioHeader* header = m_Headers.Decode(LoadBe32(chunk.data()));
+  if (!header) return;
+  if (SampleSize(record) == 0 && header->nKbps != uint64_t{AvgBytesPerSec(record)} * 8 / 1000) {
     m_Movie.streams.SetVBR(stream);
   }
-  m_dwMp3FrameSize = header.nFrameSize;
-  const size_t xing = XingOffset(chunk[1], header.nChannels);
+  m_dwMp3FrameSize = header->nFrameSize;
+  const size_t xing = XingOffset(chunk[1], header->nChannels);
   if (chunk.size() >= xing + 4 && LoadLe32(chunk.data() + xing) == FourCC("Xing")) m_Movie.streams.SetVBR(stream);
 }
 
-int ChunkReader::ReadScanned(int stream, SAVIStream* record, const SChunkRead& read) {
+int ChunkReader::ReadScanned(int stream, SAVIStream* record, SChunkRead* read) {
   if (record->dwCurrOffset == 0) {
     AVI_LOGE(" GetNextData : dwCurrOffset is 0. Find first data");
-    if (!m_Movie.m_pMovi) return read.End();
+    if (!m_Movie.m_pMovi) return read->End();
     m_Scanner.PlaceCursor(stream, record);
   }
   if (record->dwCurrOffset == kCursorAtEnd) {
     AVI_LOGI(" GetNextData : EOF");
-    return read.End();
+    return read->End();
   }
 
   m_File.Seek(record->dwCurrOffset);
@@ -89,34 +90,34 @@ int ChunkReader::ReadScanned(int stream, SAVIStream* record, const SChunkRead& r
   if (nRead < 0) return FailedChunkRead(nRead, read);
   if (nRead == 0) {
     AVI_LOGE(" GetNextData : AVI_ERROR nRead = 0");
-    return read.End();
+    return read->End();
   }
-  if (riff.dwSize > read.nBufLen) {
+  if (riff.dwSize > read->nBufLen) {
     AVI_LOGE(" GetNextData : AVI_INSUFFICIENT_BUFFER sRiff.dwSize  > nBufLen, nBufLen:%ld, sRiff.dwSize:%ld",
-             static_cast<long>(read.nBufLen), static_cast<long>(riff.dwSize));
-    return read.End();
+             static_cast<long>(read->nBufLen), static_cast<long>(riff.dwSize));
+    return read->End();
   }
   m_File.StepBackOverType();
-  nRead = m_File.Read(read.buf, riff.dwSize);
+  nRead = m_File.Read(read->buf, riff.dwSize);
   if (nRead < 0) return FailedChunkRead(nRead, read);
-  *read.piRead = static_cast<uint32_t>(nRead);
+  read->nRead = static_cast<uint32_t>(nRead);
   if (riff.dwSize & 1) m_File.Skip(1);
 
   // Whatever comes back becomes the cursor, statuses too: reading there ends or fails, and never overruns.
   record->dwCurrOffset = static_cast<uint64_t>(m_Scanner.FindNextData(stream));
   record->dwCurrIdx = CheckedAdd<uint32_t>(record->dwCurrIdx, 1u);
   record->dwChunkCount = CheckedAdd<uint32_t>(record->dwChunkCount, 1u);
-  record->dwTotalBytes = CheckedAdd<uint64_t>(record->dwTotalBytes, *read.piRead);
-  if (riff.dwSize != 0 && *read.piRead == 0) {
+  record->dwTotalBytes = CheckedAdd<uint64_t>(record->dwTotalBytes, read->nRead);
+  if (riff.dwSize != 0 && read->nRead == 0) {
     AVI_LOGE(" GetNextData 2: sRiff.dwSize != 0 && *piRead == 0");
-    *read.piTimeStamp = AVI_END_MARK;
+    read->nTimeStamp = AVI_END_MARK;
     return AVI_ERROR;
   }
   return AVI_OK;
 }
 
-int ChunkReader::GetNextTextData(int stream, const SChunkRead& read) {
-  *read.piRead = 0;
+int ChunkReader::GetNextTextData(int stream, SChunkRead* read) {
+  read->nRead = 0;
   const int status = GetNextData(stream, read);
   if (status != AVI_OK) AVI_LOGE("CAVIFileParser::GetNextTextData ERROR %d", status);
   return status;

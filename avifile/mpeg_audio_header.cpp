@@ -54,6 +54,18 @@ bool DecodeMpegAudioHeader(uint32_t header, SMpegAudioHeader* out) {
   return true;
 }
 
+bool MpegHeaderDecoder::Remember(uint32_t kind) {
+  SMpegAudioHeader padded;
+  if (!DecodeMpegAudioHeader(kind, &m_Header) || !DecodeMpegAudioHeader(kind | kPaddingBit, &padded)) {
+    m_nKind = kNone;
+    return false;
+  }
+  m_nKind = kind;
+  m_nUnpadded = m_Header.nFrameSize;
+  m_nSlot = padded.nFrameSize - m_nUnpadded;
+  return true;
+}
+
 __attribute__((visibility("default"))) unsigned int readBits(char* buf, unsigned int* bitPos, unsigned int count) {
   if (count > 32) count = 32;
   unsigned int value = 0;

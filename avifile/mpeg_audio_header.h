@@ -36,4 +36,26 @@ struct SMpegAudioHeader {
 /// @return false, `out` left as it was, for a reserved value or free format.
 bool DecodeMpegAudioHeader(uint32_t header, SMpegAudioHeader* out);
 
+/// Decodes the headers of one track, which are nearly all alike. Keeps what the last one said.
+class MpegHeaderDecoder {
+ public:
+  /// @return as DecodeMpegAudioHeader tells it, until the next call; null for a reserved value or free format.
+  const SMpegAudioHeader* Decode(uint32_t header) {
+    const uint32_t kind = header & kDecisiveBits;
+    if (kind != m_nKind && !Remember(kind)) return nullptr;
+    m_Header.nFrameSize = m_nUnpadded + (header & kPaddingBit ? m_nSlot : 0);
+    return &m_Header;
+  }
+
+ private:
+  // Sync, version and layer; bit rate and sample rate; mode. The others say nothing of size or rate but the padding.
+  static constexpr uint32_t kDecisiveBits = 0xFFFEFCC0u, kPaddingBit = 0x200;
+  bool Remember(uint32_t kind);
+
+  static constexpr uint32_t kNone = 1;  // which no decisive bits give
+  uint32_t m_nKind = kNone;
+  uint32_t m_nUnpadded = 0, m_nSlot = 0;  // bytes
+  SMpegAudioHeader m_Header;
+};
+
 #endif  // ZU_AVIFILE_MPEG_AUDIO_HEADER_H_

@@ -10,14 +10,14 @@ int FailedRead(int nRead, const char* failed, const char* blocked) {
   return AVI_EAGAIN;
 }
 
-int FailedChunkRead(int nRead, const SChunkRead& read) {
-  *read.piRead = 0;
+int FailedChunkRead(int nRead, SChunkRead* read) {
+  read->nRead = 0;
   return FailedRead(nRead, "GetNextData fread ERROR!", "GetNextData  ERROR EAGAIN");
 }
 
-int CheckIndexedRead(uint32_t chunkSize, const SChunkRead& read) {
-  if (chunkSize == 0 || *read.piRead != 0) return AVI_OK;
+int EmptyIndexedRead(uint32_t chunkSize, SChunkRead* read) {
+  if (chunkSize == 0) return AVI_OK;
   AVI_LOGE(" GetNextData : AVI_ERROR dwChunkSize != 0 && *piRead == 0");
-  *read.piTimeStamp = AVI_END_MARK;
+  read->nTimeStamp = AVI_END_MARK;
   return AVI_ERROR;
 }

@@ -22,7 +22,7 @@ bool StartsPictureOrSequence(const uint8_t* bytes, int count) {
 
 }  // namespace
 
-int SplitPictureJoiner::Check(const SAVIStream* record, const SChunkRead& read) {
+int SplitPictureJoiner::Check(const SAVIStream* record, SChunkRead* read) {
   if (m_bSplitChecked) return AVI_OK;
   int chunks = 0;
   int starts = 0;
@@ -39,7 +39,7 @@ int SplitPictureJoiner::Check(const SAVIStream* record, const SChunkRead& read) 
   if (chunks != starts) {
     if (!m_pSplitBuf) m_pSplitBuf = AllocZeroed<uint8_t>(AVI_SPLIT_BYTES);
     if (!m_pSplitBuf) {
-      *read.piRead = 0;
+      read->nRead = 0;
       return AVI_OUT_OF_MEMORY;
     }
     m_bSplitVideo = true;
@@ -49,7 +49,7 @@ int SplitPictureJoiner::Check(const SAVIStream* record, const SChunkRead& read) 
   return AVI_OK;
 }
 
-int SplitPictureJoiner::Read(SAVIStream* record, const SIndexEntry& entry, const SChunkRead& read) {
+int SplitPictureJoiner::Read(SAVIStream* record, const SIndexEntry& entry, SChunkRead* read) {
   const uint32_t chunkSize = ChunkSize(entry);
   const uint32_t before = record->dwCurrIdx;
   record->dwCurrIdx = CheckedAdd<uint32_t>(before, 1u);
@@ -58,7 +58,7 @@ int SplitPictureJoiner::Read(SAVIStream* record, const SIndexEntry& entry, const
              static_cast<long>(chunkSize));
     DropFront(m_nSplitBufLen);
     if (chunkSize > AVI_SPLIT_BYTES) {
-      *read.piRead = *read.piTimeStamp = 0;
+      read->nRead = read->nTimeStamp = 0;
       return AVI_OK;
     }
   }
@@ -76,7 +76,7 @@ int SplitPictureJoiner::Read(SAVIStream* record, const SIndexEntry& entry, const
     const int32_t last = FindLastPicture();
     if (last < 0) {
       AVI_LOGE("[GetNextData] Can't find EndPosition, StartPosition:%d", m_nSplitStart);
-      *read.piRead = *read.piTimeStamp = 0;
+      read->nRead = read->nTimeStamp = 0;
       return AVI_OK;
     }
     start = static_cast<uint32_t>(m_nSplitStart);
@@ -84,13 +84,13 @@ int SplitPictureJoiner::Read(SAVIStream* record, const SIndexEntry& entry, const
   }
 
   const uint32_t size = end - start;
-  const bool fits = size <= read.nBufLen;
-  if (fits && size) std::memcpy(read.buf, m_pSplitBuf.get() + start, size);
+  const bool fits = size <= read->nBufLen;
+  if (fits && size) std::memcpy(read->buf, m_pSplitBuf.get() + start, size);
   DropFront(end);
-  if (!fits) return read.End();
-  *read.piRead = size;
+  if (!fits) return read->End();
+  read->nRead = size;
   record->dwTotalBytes = CheckedAdd<uint64_t>(record->dwTotalBytes, size);
-  return CheckIndexedRead(chunkSize, read);
+  return read->nRead != 0 ? AVI_OK : EmptyIndexedRead(chunkSize, read);
 }
 
 int32_t SplitPictureJoiner::FindLastPicture() {

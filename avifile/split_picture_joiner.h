@@ -17,12 +17,12 @@ class SplitPictureJoiner {
 
   /// Looks, once, whether the first chunks of an indexed stream begin with pictures. @return AVI_OK; AVI_EAGAIN,
   /// AVI_IO_ERROR or AVI_OUT_OF_MEMORY with nothing read, to be asked again.
-  int Check(const SAVIStream* record, const SChunkRead& read);
+  int Check(const SAVIStream* record, SChunkRead* read);
   bool IsSplitVideo() const { return m_bSplitVideo; }
 
   /// Adds the chunk of `entry`, the stream's next, and delivers what is complete: nothing (AVI_OK, 0 bytes, time 0)
   /// until a second picture starts. A seek does not empty the buffer. @return as ChunkReader::GetNextData.
-  int Read(SAVIStream* record, const SIndexEntry& entry, const SChunkRead& read);
+  int Read(SAVIStream* record, const SIndexEntry& entry, SChunkRead* read);
 
  private:
   /// Searches what is new in the buffer, and notes the first picture start. @return position of the last other one;

@@ -23,62 +23,69 @@ void SkipToKeyFrame(SAVIStream* record) {
 
 }  // namespace
 
-int VideoReader::GetNextVideoData(int stream, bool keyOnly, const SChunkRead& read) {
-  *read.piRead = 0;
+int VideoReader::GetNextVideoData(int stream, bool keyOnly, SChunkRead* read) {
+  read->nRead = 0;
   SAVIStream* record = m_Movie.streams.At(stream);
-  if (!record) return read.End();
-  keyOnly = keyOnly && m_Movie.IsIndexed();
-  if (keyOnly) SkipToKeyFrame(record);
-  *read.piTimeStamp = IndexTime(record, record->dwCurrIdx);
-  const int status = m_Chunks.GetNextData(stream, read);
-  if (*read.piRead == 0) return status;
-
-  uint8_t* data = reinterpret_cast<uint8_t*>(read.buf);
-  if (record->nStreamType == STREAM_TYPE_H264) {
-    if (!LengthsToStartCodes(data, *read.piRead)) {
-      AVI_LOGE("CheckAVCStartCode error, piRead=%ld", static_cast<long>(*read.piRead));
-      *read.piRead = 0;
-    }
-    return status;
+  if (!record) return read->End();
+  const int status = ReadFrame(stream, record, keyOnly, read);
+  if (read->nRead == 0) return status;
+  switch (record->nStreamType) {
+    case STREAM_TYPE_H264:
+      PutStartCodes(read);
+      return status;
+    case STREAM_TYPE_DIVX5:
+    case STREAM_TYPE_DIVX:
+    case STREAM_TYPE_DXMF:
+      return CanHaveDamagedVol(record) ? RemoveDamagedVol(stream, record, keyOnly, status, read) : status;
+    default:
+      return status;
   }
-  if (!MayHaveDamagedVol(record)) return status;
+}
 
-  const std::span<uint8_t> frame{data, *read.piRead};
+int VideoReader::ReadFrame(int stream, SAVIStream* record, bool keyOnly, SChunkRead* read) {
+  if (keyOnly && m_Movie.IsIndexed()) SkipToKeyFrame(record);
+  read->nTimeStamp = IndexTime(record, record->dwCurrIdx);
+  return m_Chunks.Read(stream, record, read);
+}
+
+void VideoReader::PutStartCodes(SChunkRead* read) {
+  if (LengthsToStartCodes(reinterpret_cast<uint8_t*>(read->buf), read->nRead)) return;
+  AVI_LOGE("CheckAVCStartCode error, piRead=%ld", static_cast<long>(read->nRead));
+  read->nRead = 0;
+}
+
+int VideoReader::RemoveDamagedVol(int stream, SAVIStream* record, bool keyOnly, int status, SChunkRead* read) {
+  uint8_t* data = reinterpret_cast<uint8_t*>(read->buf);
+  const std::span<uint8_t> frame{data, read->nRead};
   const ptrdiff_t vol = FindDamagedVol(frame);
   if (vol == kNotFound) return status;
   AVI_LOGE("VOL Header Corrupted!! Remove VOL header");
   const ptrdiff_t vop = FindStartCode(frame, kVopStartCode, vol, static_cast<ptrdiff_t>(frame.size()) - 4);
-  if (vop != kNotFound) {
-    *read.piRead -= static_cast<unsigned int>(vop);
-    std::memmove(data, data + vop, *read.piRead);
-    return status;
-  }
-  if (keyOnly) SkipToKeyFrame(record);
-  *read.piTimeStamp = IndexTime(record, record->dwCurrIdx);
-  return m_Chunks.GetNextData(stream, read);
+  if (vop == kNotFound) return ReadFrame(stream, record, keyOnly, read);
+  read->nRead -= static_cast<uint32_t>(vop);
+  std::memmove(data, data + vop, read->nRead);
+  return status;
 }
 
-bool VideoReader::MayHaveDamagedVol(const SAVIStream* record) const {
-  const uint32_t type = record->nStreamType;
-  if (type != STREAM_TYPE_DIVX5 && type != STREAM_TYPE_DIVX && type != STREAM_TYPE_DXMF) return false;
+bool VideoReader::CanHaveDamagedVol(const SAVIStream* record) const {
   if (m_Movie.m_iIndexType != IDXTYPE_OLD || record->dwCurrIdx == 0) return false;
   const SIndexEntry* justRead = IndexEntry(record, record->dwCurrIdx - 1);
   return justRead && IsKeyFrame(*justRead);
 }
 
-int VideoReader::GetFirstVideoData(int stream, const SChunkRead& read) {
-  *read.piRead = 0;
+int VideoReader::GetFirstVideoData(int stream, SChunkRead* read) {
+  read->nRead = 0;
   SAVIStream* record = m_Movie.streams.At(stream);
-  if (!record) return read.End();
+  if (!record) return read->End();
   if (!m_Movie.IsIndexed()) {
     if (!m_Movie.m_pMovi) return AVI_ERROR;
     if (m_Scanner.PlaceCursor(stream, record) != AVI_OK) return AVI_ERROR;
   }
   const int status = GetNextVideoData(stream, true, read);
-  const ByteSpan frame{reinterpret_cast<const uint8_t*>(read.buf), *read.piRead};
+  const ByteSpan frame{reinterpret_cast<const uint8_t*>(read->buf), read->nRead};
   const bool intra = record->nStreamType == STREAM_TYPE_THEORA ? IsTheoraIntra(frame)
                      : record->nStreamType == STREAM_TYPE_H263 ? IsH263Intra(frame)
                                                                : true;
-  if (!intra) *read.piRead = 0;
+  if (!intra) read->nRead = 0;
   return status;
 }

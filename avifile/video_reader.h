@@ -18,12 +18,17 @@ class VideoReader {
 
   /// The first read after open or a seek: a key frame, where there is an index that tells; `*piRead` 0 when the frame
   /// itself shows that it is none after all.
-  int GetFirstVideoData(int stream, const SChunkRead& read);
+  int GetFirstVideoData(int stream, SChunkRead* read);
   /// @param keyOnly  skips to the next key frame; without an index every frame comes.
-  int GetNextVideoData(int stream, bool keyOnly, const SChunkRead& read);
+  int GetNextVideoData(int stream, bool keyOnly, SChunkRead* read);
 
  private:
-  bool MayHaveDamagedVol(const SAVIStream* record) const;
+  int ReadFrame(int stream, SAVIStream* record, bool keyOnly, SChunkRead* read);
+  static void PutStartCodes(SChunkRead* read);
+  /// Whether the frame just read is one of those whose writers leave damaged headers: a key frame of a legacy index.
+  bool CanHaveDamagedVol(const SAVIStream* record) const;
+  /// Reads the next frame instead where nothing but the header is there. @return the status, `status` if none was read.
+  int RemoveDamagedVol(int stream, SAVIStream* record, bool keyOnly, int status, SChunkRead* read);
 
   const SMovie& m_Movie;
   ChunkScanner& m_Scanner;

@@ -21,9 +21,9 @@ constexpr int kLogDebug = 2;
 constexpr int kLogVerbose = 4;
 constexpr int kLogTrace = 8;  // every read of the source
 
-#define AVI_LOG_IF(bit, prio, ...)                                               \
-  do {                                                                           \
-    if (DebugLevel() & (bit)) __android_log_print((prio), LOG_TAG, __VA_ARGS__); \
+#define AVI_LOG_IF(bit, prio, ...)                                                                    \
+  do {                                                                                                \
+    if (__builtin_expect(DebugLevel() & (bit), 0)) __android_log_print((prio), LOG_TAG, __VA_ARGS__); \
   } while (0)
 #define AVI_LOGE(...) AVI_LOG_IF(kLogErrors, ANDROID_LOG_ERROR, __VA_ARGS__)
 #define AVI_LOGW(...) AVI_LOG_IF(kLogErrors, ANDROID_LOG_WARN, __VA_ARGS__)

@@ -5,7 +5,16 @@
 
 #include "base/log.h"
 
-int AudioFeed::avi_parser_get_audio_data(const STrackInput& in, SDelivery* out) {
+inline int AudioFeed::ReadChunk(const STrackInput& in, SDelivery* out, uint32_t* time) {
+  return in.file->GetNextAudioData(in.stream, reinterpret_cast<char*>(out->buf), out->maxLen, &out->len, time);
+}
+
+inline int AudioFeed::ReadNext(const STrackInput& in, SDelivery* out, uint32_t* time) {
+  const int status = ReadChunk(in, out, time);
+  return out->len != 0 || *time == AVI_END_MARK || IsFatal(status) ? status : RetryNext(in, out, time);
+}
+
+inline int AudioFeed::avi_parser_get_audio_data(const STrackInput& in, SDelivery* out) {
   if (in.stream == -1) {
     out->len = 0;
     out->time = 0;
@@ -30,13 +39,12 @@ int AudioFeed::ReadFirst(const STrackInput& in, SDelivery* out, uint32_t* time) 
   return status;
 }
 
-int AudioFeed::ReadNext(const STrackInput& in, SDelivery* out, uint32_t* time) {
-  char* const buf = reinterpret_cast<char*>(out->buf);
-  int status = in.file->GetNextAudioData(in.stream, buf, out->maxLen, &out->len, time);
+int AudioFeed::RetryNext(const STrackInput& in, SDelivery* out, uint32_t* time) {
+  int status = AVI_OK;
   for (int i = 0; i < AVI_NEXT_RETRIES && !IsFatal(status) && out->len == 0 && *time != AVI_END_MARK; ++i) {
     AVI_LOGW("[avi_parser_get_audio_data] Audio data length is zero max_buf_size:%ld, *pBufLen:%ld",
              static_cast<long>(out->maxLen), 0L);
-    status = in.file->GetNextAudioData(in.stream, buf, out->maxLen, &out->len, time);
+    status = ReadChunk(in, out, time);
   }
   return status;
 }

@@ -26,6 +26,8 @@ class AudioFeed {
   // They retry empty reads and return the file's own status; a fatal one leaves the restart flag.
   int ReadFirst(const STrackInput& in, SDelivery* out, uint32_t* time);
   static int ReadNext(const STrackInput& in, SDelivery* out, uint32_t* time);
+  static int ReadChunk(const STrackInput& in, SDelivery* out, uint32_t* time);
+  static int RetryNext(const STrackInput& in, SDelivery* out, uint32_t* time);
 
   bool mAudioRestart = true;
 };

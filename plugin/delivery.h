@@ -29,7 +29,8 @@ inline uint32_t ClampLength(unsigned long length) {
 
 /// Statuses that end an operation; the others become a success without data.
 inline bool IsFatal(int status) {
-  return status == AVI_OUT_OF_MEMORY || status == AVI_TOO_MANY_EMPTY_CHUNKS || status == AVI_IO_ERROR;
+  return status != AVI_OK &&
+         (status == AVI_OUT_OF_MEMORY || status == AVI_TOO_MANY_EMPTY_CHUNKS || status == AVI_IO_ERROR);
 }
 
 #endif  // ZU_PLUGIN_DELIVERY_H_

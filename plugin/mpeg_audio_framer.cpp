@@ -23,19 +23,20 @@ void MpegAudioFramer::Prepare(uint32_t layer, uint32_t sampleRate, uint32_t bitR
   Allocate();
 }
 
-bool MpegAudioFramer::AcceptsHeader(const STrackInput& in, const unsigned char* bytes, SMpegAudioHeader* header) {
+const SMpegAudioHeader* MpegAudioFramer::AcceptedHeader(const STrackInput& in, const unsigned char* bytes) {
   const uint32_t layer = MpegAudioLayer(bytes[1]);
   // An index with foreign chunks makes false headers likely: then only the track's own layer counts.
   const bool strict = in.file->HasJunkInIndex();
-  if (layer == 0 || (strict && layer != mMpegAudioMode)) return false;
-  if (!DecodeMpegAudioHeader(LoadBe32(bytes), header)) return false;
+  if (layer == 0 || (strict && layer != mMpegAudioMode)) return nullptr;
+  const SMpegAudioHeader* header = mHeaders.Decode(LoadBe32(bytes));
+  if (!header) return nullptr;
   const uint32_t configured = in.track->audio.nSampleRate;
-  if (header->nSampleRate == configured) return true;
+  if (header->nSampleRate == configured) return header;
   const char* const which = !strict ? "" : layer == 3 ? "Layer 3 " : "Layer 2 ";
-  if (!mLines.Take(ELine::kRejected)) return false;
+  if (!mLines.Take(ELine::kRejected)) return nullptr;
   AVI_LOGE("[DetectedMp3StartCode] %sSampling rate is differ than configuration. default: %d detect : %d", which,
            static_cast<int>(configured), static_cast<int>(header->nSampleRate));
-  return false;
+  return nullptr;
 }
 
 bool MpegAudioFramer::DetectedMp3StartCode(const STrackInput& in, unsigned char* buf, uint32_t* len) {
@@ -47,14 +48,15 @@ bool MpegAudioFramer::DetectedMp3StartCode(const STrackInput& in, unsigned char*
   }
   // The last four bytes are never taken for a header.
   const unsigned char* const end = buf + (*len - 4);
-  SMpegAudioHeader header;
+  const SMpegAudioHeader* header = nullptr;
   unsigned char* at = buf;
-  while (at < end) {
-    at = static_cast<unsigned char*>(std::memchr(at, 0xFF, static_cast<size_t>(end - at)));
-    if (!at || AcceptsHeader(in, at, &header)) break;
-    ++at;
+  for (; at < end; ++at) {
+    if (*at != 0xFF) at = static_cast<unsigned char*>(std::memchr(at, 0xFF, static_cast<size_t>(end - at)));
+    if (!at) break;
+    header = AcceptedHeader(in, at);
+    if (header) break;
   }
-  if (!at || at >= end) {
+  if (!header) {
     std::memset(buf, 0, *len);
     *len = 0;
     if (mLines.Take(ELine::kNoStartCode)) AVI_LOGE("[DetectedMp3StartCode] Start code not found.");
@@ -64,7 +66,7 @@ bool MpegAudioFramer::DetectedMp3StartCode(const STrackInput& in, unsigned char*
     *len -= static_cast<uint32_t>(at - buf);
     std::memmove(buf, at, *len);
   }
-  mFrameSize = header.nFrameSize;
+  mFrameSize = header->nFrameSize;
   return true;
 }
 

@@ -28,8 +28,10 @@ class MpegAudioFramer final : public SyncFramer {
   uint64_t BufferedTime(const STrackInput& in, bool cut, uint8_t nextByte1, uint64_t hostTime) const override;
   bool DetectedMp3StartCode(const STrackInput& in, unsigned char* buf, uint32_t* len);
   bool GetMp3Data(const STrackInput& in, SDelivery* out);
-  bool AcceptsHeader(const STrackInput& in, const unsigned char* bytes, SMpegAudioHeader* header);
+  /// What the header at `bytes` says; null when it is none of the track's.
+  const SMpegAudioHeader* AcceptedHeader(const STrackInput& in, const unsigned char* bytes);
 
+  MpegHeaderDecoder mHeaders;
   uint32_t mMpegAudioMode = 0;  // layer of the track: 2, 3, or 0
 };
 

@@ -35,31 +35,19 @@ void VideoPath::GetVideoConfig(const STrackInput& in, SDelivery* out) {
   if (out->len >= 1 && out->len <= out->maxLen) mVideoConfigReady = true;
 }
 
-int VideoPath::GetVideoData(const STrackInput& in, SDelivery* out, bool keyOnly) {
-  const int status = PullVideo(in, out, keyOnly);
-  if (status != 0 || !in.file) return status;
-  if (in.file->IsSplitVideo()) mMpeg2Split = true;
-  if (mMpeg2Split) return ResyncSplitVideo(in, out, keyOnly);
-  if (!mVideoConfigReady && in.Codec() == AVI_CODEC_H264) PrependConfig(in, out);
-  return 0;
-}
-
-int VideoPath::PullVideo(const STrackInput& in, SDelivery* out, bool keyOnly) {
+inline int VideoPath::PullVideo(const STrackInput& in, SDelivery* out, bool keyOnly) {
   const int status = avi_parser_get_video_data(in, out, keyOnly);
+  if (status == 0 && out->time != AVI_END_MARK && out->len != AVI_END_MARK) return 0;
+  out->len = 0;
   if (status < 0) {
     AVI_LOGE("AVIParser::GetVideoData ERROR %d", status);
-    out->len = 0;
     return status;
   }
-  if (out->time == AVI_END_MARK || out->len == AVI_END_MARK) {
-    out->len = 0;
-    AVI_LOGI("[GetVideoData] mVideoEOS = OMX_TRUE ");
-    return AVI_END_OF_STREAM;
-  }
-  return 0;
+  AVI_LOGI("[GetVideoData] mVideoEOS = OMX_TRUE ");
+  return AVI_END_OF_STREAM;
 }
 
-int VideoPath::avi_parser_get_video_data(const STrackInput& in, SDelivery* out, bool keyOnly) {
+inline int VideoPath::avi_parser_get_video_data(const STrackInput& in, SDelivery* out, bool keyOnly) {
   if (in.stream == -1) {
     out->len = 0;
     out->time = 0;
@@ -70,6 +58,36 @@ int VideoPath::avi_parser_get_video_data(const STrackInput& in, SDelivery* out, 
   if (status == AVI_ERROR && out->len == 0) out->len = time = AVI_END_MARK;
   out->time = time;
   return IsFatal(status) ? status : 0;
+}
+
+inline int VideoPath::ReadNext(const STrackInput& in, SDelivery* out, uint32_t* time, bool keyOnly) {
+  const int status = ReadFrame(in, out, time, keyOnly);
+  if (IsFatal(status)) return status;
+  if (mCheckBFrame) DropBFrameAfterFirst(in, out);
+  return out->len != 0 || *time == AVI_END_MARK ? status : RetryNext(in, out, time, keyOnly);
+}
+
+inline int VideoPath::ReadFrame(const STrackInput& in, SDelivery* out, uint32_t* time, bool keyOnly) {
+  return in.file->GetNextVideoData(in.stream, reinterpret_cast<char*>(out->buf), out->maxLen, &out->len, keyOnly, time);
+}
+
+int VideoPath::GetVideoData(const STrackInput& in, SDelivery* out, bool keyOnly) {
+  const int status = PullVideo(in, out, keyOnly);
+  if (status != 0 || !in.file) return status;
+  if (in.file->IsSplitVideo()) mMpeg2Split = true;
+  if (mMpeg2Split) return ResyncSplitVideo(in, out, keyOnly);
+  if (!mVideoConfigReady && in.Codec() == AVI_CODEC_H264) PrependConfig(in, out);
+  return 0;
+}
+
+int VideoPath::RetryNext(const STrackInput& in, SDelivery* out, uint32_t* time, bool keyOnly) {
+  int status = AVI_OK;
+  for (int i = 0; i < AVI_NEXT_RETRIES && !IsFatal(status) && out->len == 0 && *time != AVI_END_MARK; ++i) {
+    AVI_LOGW("[avi_parser_get_video_data] Video data length is zero max_buf_size:%ld, *pBufLen:%ld",
+             static_cast<long>(out->maxLen), 0L);
+    status = ReadFrame(in, out, time, keyOnly);
+  }
+  return status;
 }
 
 int VideoPath::ReadFirst(const STrackInput& in, SDelivery* out, uint32_t* time, bool keyOnly) {
@@ -85,21 +103,7 @@ int VideoPath::ReadFirst(const STrackInput& in, SDelivery* out, uint32_t* time, 
   return status;
 }
 
-int VideoPath::ReadNext(const STrackInput& in, SDelivery* out, uint32_t* time, bool keyOnly) {
-  char* const buf = reinterpret_cast<char*>(out->buf);
-  int status = in.file->GetNextVideoData(in.stream, buf, out->maxLen, &out->len, keyOnly, time);
-  if (IsFatal(status)) return status;
-  DropBFrameAfterFirst(in, out);
-  for (int i = 0; i < AVI_NEXT_RETRIES && !IsFatal(status) && out->len == 0 && *time != AVI_END_MARK; ++i) {
-    AVI_LOGW("[avi_parser_get_video_data] Video data length is zero max_buf_size:%ld, *pBufLen:%ld",
-             static_cast<long>(out->maxLen), 0L);
-    status = in.file->GetNextVideoData(in.stream, buf, out->maxLen, &out->len, keyOnly, time);
-  }
-  return status;
-}
-
 void VideoPath::DropBFrameAfterFirst(const STrackInput& in, SDelivery* out) {
-  if (!mCheckBFrame) return;
   mCheckBFrame = false;
   if (out->len == 0 || !IsMpeg4Part2(in.Codec())) return;
   const int type = VopCodingType({out->buf, out->len});

@@ -26,6 +26,8 @@ class VideoPath {
  private:
   int ReadFirst(const STrackInput& in, SDelivery* out, uint32_t* time, bool keyOnly);
   int ReadNext(const STrackInput& in, SDelivery* out, uint32_t* time, bool keyOnly);
+  static int ReadFrame(const STrackInput& in, SDelivery* out, uint32_t* time, bool keyOnly);
+  static int RetryNext(const STrackInput& in, SDelivery* out, uint32_t* time, bool keyOnly);
   void DropBFrameAfterFirst(const STrackInput& in, SDelivery* out);
   int PullVideo(const STrackInput& in, SDelivery* out, bool keyOnly);
   void PrependConfig(const STrackInput& in, SDelivery* out);

@@ -9,7 +9,8 @@
 #include "zu_parser_avi/status.h"
 
 int AVISourceReader::AVI_fseek(long offset, int origin) {
-  AVI_LOGT("[mossgrove] AVIfseek offset :%lld, origin:%d", static_cast<long long>(offset), origin);
+  const bool traced = (DebugLevel() & kLogTrace) != 0;
+  if (traced) AVI_LOGT("[mossgrove] AVIfseek offset :%lld, origin:%d", static_cast<long long>(offset), origin);
   if (origin == 0) {
     mlOffset = offset;
   } else if (origin == 1) {
@@ -23,14 +24,17 @@ int AVISourceReader::AVI_fseek(long offset, int origin) {
              static_cast<unsigned long long>(mlOffsetEnd));
     mlOffset = mlOffsetEnd;
   }
-  AVI_LOGT("AVI_fseek end");
+  if (traced) AVI_LOGT("AVI_fseek end");
   return 0;
 }
 
 int AVISourceReader::AVI_fread(void* buffer, unsigned int size, unsigned int count) {
-  AVI_LOGT("AVI_fread Start");
-  AVI_LOGT("AVI_fread size %d mlOffset %lld mlOffsetEnd %lld", static_cast<int>(size), static_cast<long long>(mlOffset),
-           static_cast<long long>(mlOffsetEnd));
+  const bool traced = (DebugLevel() & kLogTrace) != 0;
+  if (traced) {
+    AVI_LOGT("AVI_fread Start");
+    AVI_LOGT("AVI_fread size %d mlOffset %lld mlOffsetEnd %lld", static_cast<int>(size),
+             static_cast<long long>(mlOffset), static_cast<long long>(mlOffsetEnd));
+  }
   mbStreaming = mlOffsetEnd == 0 && AVI_IsStreamingSource() != 0;
 
   uint64_t length = std::min(CheckedMul<uint32_t>(size, count), AVI_MAX_READ);
@@ -46,18 +50,20 @@ int AVISourceReader::AVI_fread(void* buffer, unsigned int size, unsigned int cou
 
   const uint64_t wanted = length;
   const int status = mpSource->ReadAt(mlOffset, buffer, &length);
-  if (status == AVI_END_OF_STREAM) {
-    AVI_LOGD("AVI_fread EOS");
-    return status;
-  }
-  if (status < 0) {
-    AVI_LOGE("AVI_fread IO ERROR - %d", status);
-    return status;
-  }
+  if (status < 0) return FailedRead(status);
   length = std::min(length, wanted);  // a source cannot have delivered more than there was room for
   mlOffset = CheckedAdd<int64_t>(mlOffset, length);
-  AVI_LOGT("AVI_fread End");
+  if (traced) AVI_LOGT("AVI_fread End");
   return static_cast<int>(length);
+}
+
+int AVISourceReader::FailedRead(int status) {
+  if (status == AVI_END_OF_STREAM) {
+    AVI_LOGD("AVI_fread EOS");
+  } else {
+    AVI_LOGE("AVI_fread IO ERROR - %d", status);
+  }
+  return status;
 }
 
 long AVISourceReader::AVI_ftell() const {

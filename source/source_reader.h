@@ -43,6 +43,7 @@ class AVISourceReader {
   int AVI_IsStreamingSource() const;
 
  private:
+  static int FailedRead(int status);
   bool IsBeyondEnd(int64_t offset) const { return static_cast<uint64_t>(offset) > static_cast<uint64_t>(mlOffsetEnd); }
 
   IDataSource* mpSource;

@@ -59,4 +59,23 @@ TEST(MpegAudioHeader, BitsAreReadFromTheTopOfEachByte) {
   EXPECT_EQ(readBits(bytes, &(pos = 7), 33), 0x00FF8052u);
 }
 
+TEST(MpegAudioHeader, ATracksDecoderSaysWhatADecoderOfOneHeaderSays) {
+  MpegHeaderDecoder decoder;
+  EXPECT_EQ(decoder.Decode(0), nullptr);
+  // Every version, layer, bit rate, sample rate, padding and mode, in an order in which neighbours differ in one of them.
+  for (uint32_t i = 0; i < 1u << 14; ++i) {
+    const uint32_t gray = i ^ i >> 1;
+    const uint32_t header = 0xFFE00000u | (gray & 0xFFF) << 9 | (gray >> 12) << 6;
+    SMpegAudioHeader expected;
+    const bool valid = DecodeMpegAudioHeader(header, &expected);
+    const SMpegAudioHeader* decoded = decoder.Decode(header);
+    ASSERT_EQ(decoded != nullptr, valid) << std::hex << header;
+    if (!valid) continue;
+    EXPECT_EQ(decoded->nFrameSize, expected.nFrameSize) << std::hex << header;
+    EXPECT_EQ(decoded->nSampleRate, expected.nSampleRate) << std::hex << header;
+    EXPECT_EQ(decoded->nKbps, expected.nKbps) << std::hex << header;
+    EXPECT_EQ(decoded->nChannels, expected.nChannels) << std::hex << header;
+  }
+}
+
 }  // namespace
