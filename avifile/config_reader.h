@@ -17,7 +17,7 @@ class ConfigReader {
 
   /// Null `buffer`: 0, `length` left alone. MPEG audio has none; ADPCM has its whole format.
   unsigned char GetAudioSpecificInfo(int stream, uint8_t* buffer, uint32_t* length, uint32_t capacity) const;
-  /// What stands behind the last video format parsed, whatever `stream`; without that, of an indexed MPEG-4 Part 2
+  /// What stands behind the last video format parsed, whatever `stream`; without that, of an indexed MPEG-4 Visual
   /// stream, the VOL header in front of its first picture, or one made up. Without any video format `length` stays;
   /// else it is 0 where nothing is found.
   unsigned char GetVideoSpecificInfo(int stream, uint8_t* buffer, uint32_t* length, uint32_t capacity);

@@ -18,7 +18,7 @@ enum : uint32_t {
   AVI_CODEC_TEXT = 100,
   /// MPEG-1 and MPEG-2 video, ISO/IEC 11172-2 and 13818-2. Pictures that the file cut anywhere are joined again.
   AVI_CODEC_MPEG12 = 101,
-  /// MPEG-4 part 2, ISO/IEC 14496-2, as most of its FourCCs mean it; MP4V, DIVX, DIVX5, DXMF and XVID are the same
+  /// MPEG-4 Visual, ISO/IEC 14496-2, as most of its FourCCs mean it; MP4V, DIVX, DIVX5, DXMF and XVID are the same
   /// bitstream under their writers' FourCCs.
   AVI_CODEC_MPEG4 = 102,
   /// ITU-T H.263. After Open and a seek up to 11 pictures in front of an intra picture are skipped.

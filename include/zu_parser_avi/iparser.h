@@ -120,7 +120,7 @@ class IParser {
   virtual int GetAudioData(unsigned char* buf, unsigned long* len, unsigned long* ts, unsigned long maxLen) = 0;
 
   /// The decoder configuration of the video track: what stands behind the 40 bytes of the file's BITMAPINFOHEADER (of
-  /// the last video stream, when there are several) or, for MPEG-4 part 2 in a file with an index, what precedes the
+  /// the last video stream, when there are several) or, for MPEG-4 Visual in a file with an index, what precedes the
   /// first picture; that one reads the source.
   /// @param buf  `cap` bytes of the host's; never written beyond them. Null counts as a `cap` of 0.
   /// @param len  [in, out] bytes of the whole configuration, which may be more than `cap`: come with a larger buffer

@@ -13,7 +13,7 @@ enum : uint32_t {
 
   /// A FourCC that is not in the table, or an audio stream whose format was dropped.
   STREAM_TYPE_UNKNOWN = 0,
-  /// MPEG-4 part 2 (ISO/IEC 14496-2), as are DIVX5, DIVX, XVID, MP4V and DXMF.
+  /// MPEG-4 Visual (ISO/IEC 14496-2), as are DIVX5, DIVX, XVID, MP4V and DXMF.
   STREAM_TYPE_MPEG4 = 1,
   STREAM_TYPE_DIVX5 = 2,
   STREAM_TYPE_DIVX = 3,
