@@ -62,7 +62,8 @@ TEST(MpegAudioHeader, BitsAreReadFromTheTopOfEachByte) {
 TEST(MpegAudioHeader, ATracksDecoderSaysWhatADecoderOfOneHeaderSays) {
   MpegHeaderDecoder decoder;
   EXPECT_EQ(decoder.Decode(0), nullptr);
-  // Every version, layer, bit rate, sample rate, padding and mode, in an order in which neighbours differ in one of them.
+  // Every version, layer, bit rate, sample rate, padding and mode, in an order in which neighbours differ in one of
+  // them.
   for (uint32_t i = 0; i < 1u << 14; ++i) {
     const uint32_t gray = i ^ i >> 1;
     const uint32_t header = 0xFFE00000u | (gray & 0xFFF) << 9 | (gray >> 12) << 6;
