@@ -13,7 +13,7 @@ class AudioFeed {
 
   /// Reads one chunk into `out`. The end has AVI_END_MARK as length and time. Without a track: length 0, time 0.
   /// @return 0, also when nothing could be read for now, with length 0; a fatal status.
-  int avi_parser_get_audio_data(const STrackInput& in, SDelivery* out);
+  inline int avi_parser_get_audio_data(const STrackInput& in, SDelivery* out);
   /// Delivers one chunk as it is. @return 0; AVI_END_OF_STREAM; a fatal status. The length is 0 unless it returns 0.
   int PullChunk(const STrackInput& in, SDelivery* out);
   /// Reads one chunk behind what `buffer` holds and `kept` bytes more; the caller appends it. `out` gets its length and
@@ -24,9 +24,10 @@ class AudioFeed {
 
  private:
   // They retry empty reads and return the file's own status; a fatal one leaves the restart flag.
+  // The inline ones are on the way of every unit, and defined in the body, which alone calls them.
   int ReadFirst(const STrackInput& in, SDelivery* out, uint32_t* time);
-  static int ReadNext(const STrackInput& in, SDelivery* out, uint32_t* time);
-  static int ReadChunk(const STrackInput& in, SDelivery* out, uint32_t* time);
+  static inline int ReadNext(const STrackInput& in, SDelivery* out, uint32_t* time);
+  static inline int ReadChunk(const STrackInput& in, SDelivery* out, uint32_t* time);
   static int RetryNext(const STrackInput& in, SDelivery* out, uint32_t* time);
 
   bool mAudioRestart = true;

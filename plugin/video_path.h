@@ -14,7 +14,7 @@ class VideoPath {
   int GetVideoData(const STrackInput& in, SDelivery* out, bool keyOnly);
   /// Reads one chunk. The end has AVI_END_MARK as length and time. Without a track: length 0, time 0.
   /// @return 0, also when nothing could be read for now, with length 0; a fatal status.
-  int avi_parser_get_video_data(const STrackInput& in, SDelivery* out, bool keyOnly);
+  inline int avi_parser_get_video_data(const STrackInput& in, SDelivery* out, bool keyOnly);
 
   /// The next read is the first at its place.
   void Restart() { mVideoRestart = true; }
@@ -24,12 +24,13 @@ class VideoPath {
   void Clear();
 
  private:
+  // The inline ones are on the way of every unit, and defined in the body, which alone calls them.
   int ReadFirst(const STrackInput& in, SDelivery* out, uint32_t* time, bool keyOnly);
-  int ReadNext(const STrackInput& in, SDelivery* out, uint32_t* time, bool keyOnly);
-  static int ReadFrame(const STrackInput& in, SDelivery* out, uint32_t* time, bool keyOnly);
+  inline int ReadNext(const STrackInput& in, SDelivery* out, uint32_t* time, bool keyOnly);
+  static inline int ReadFrame(const STrackInput& in, SDelivery* out, uint32_t* time, bool keyOnly);
   static int RetryNext(const STrackInput& in, SDelivery* out, uint32_t* time, bool keyOnly);
   void DropBFrameAfterFirst(const STrackInput& in, SDelivery* out);
-  int PullVideo(const STrackInput& in, SDelivery* out, bool keyOnly);
+  inline int PullVideo(const STrackInput& in, SDelivery* out, bool keyOnly);
   void PrependConfig(const STrackInput& in, SDelivery* out);
   /// Drops the picture in `out` as long as its kind cannot be decoded, and reads on for an I picture if one is due.
   int ResyncSplitVideo(const STrackInput& in, SDelivery* out, bool keyOnly);
