@@ -23,9 +23,7 @@ inline int AudioFeed::avi_parser_get_audio_data(const STrackInput& in, SDelivery
   }
   uint32_t time = static_cast<uint32_t>(out->time);
   const int status = mAudioRestart ? ReadFirst(in, out, &time) : ReadNext(in, out, &time);
-  if (status == AVI_ERROR && out->len == 0) out->len = time = AVI_END_MARK;
-  out->time = time;
-  return IsFatal(status) ? status : 0;
+  return FinishRead(status, time, out);
 }
 
 int AudioFeed::ReadFirst(const STrackInput& in, SDelivery* out, uint32_t* time) {

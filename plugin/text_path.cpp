@@ -26,7 +26,5 @@ int TextPath::avi_parser_get_text_data(const STrackInput& in, SDelivery* out) {
   const int status =
       in.file->GetNextTextData(in.stream, reinterpret_cast<char*>(out->buf), out->maxLen, &out->len, &time);
   AVI_LOGV("[avi_parser_get_text_data] index %d [TimeStamp: %ld]", in.stream, static_cast<long>(time));
-  if (status == AVI_ERROR && out->len == 0) out->len = time = AVI_END_MARK;
-  out->time = time;
-  return IsFatal(status) ? status : 0;
+  return FinishRead(status, time, out);
 }

@@ -55,9 +55,7 @@ inline int VideoPath::avi_parser_get_video_data(const STrackInput& in, SDelivery
   }
   uint32_t time = static_cast<uint32_t>(out->time);
   const int status = mVideoRestart ? ReadFirst(in, out, &time, keyOnly) : ReadNext(in, out, &time, keyOnly);
-  if (status == AVI_ERROR && out->len == 0) out->len = time = AVI_END_MARK;
-  out->time = time;
-  return IsFatal(status) ? status : 0;
+  return FinishRead(status, time, out);
 }
 
 inline int VideoPath::ReadNext(const STrackInput& in, SDelivery* out, uint32_t* time, bool keyOnly) {

@@ -324,33 +324,19 @@ TEST(AviParser, ASecondOpenLeavesNothingOfTheFirst) {
 TEST(AviParser, OnlyTheTakenVideoConfigurationOutlivesASecondOpen) {
   const Bytes sets = Join({"\0\0\0\1\x67S\0\0\0\1\x68P"}), idr = Join({"\0\0\0\1\x65I"});
   AviBuilder builder;
-  builder.Video({.fourcc = "H264", .extra = sets}, {.length = 3}).Video({.fourcc = "DXSB"}).Video({.fourcc = "DXSB"});
-  builder.Audio({.tag = 0xFF}).Audio({.rate = 8000, .bytesPerSecond = 32000});
-  builder.Chunk(0, Join({sets, idr}), false).Chunk(0, idr).Chunk(0, idr);
-  builder.Chunk(1, "[one]").Chunk(2, "[two]").Chunk(3, "aac");
-  const AviFile movie = builder.Chunk(4, Bytes(8000, 7)).OldIndex().Build();
-  const auto expectTheBeginning = [&](const Host& host, const Bytes& picture) {
-    unsigned long ms = 0;
-    host->GetDurationMs(&ms);
-    EXPECT_EQ(ms, 120u);
-    EXPECT_EQ(host->GetTrackCount(), 5);
-    EXPECT_EQ(host.Video(), Unit(picture, 40));  // the first one that is marked as a key frame
-    EXPECT_EQ(host.Video(), Unit(picture, 80));
-    EXPECT_EQ(host.Text(), Unit("[one]", 0));
-    EXPECT_EQ(host.Audio(), Unit("aac", 0));
-    host->SelectTextTrack(2);
-    host->SelectAudioTrack(4);
-    EXPECT_EQ(host.Audio(), Unit(Bytes(1600, 7), 0));
-  };
+  builder.Video({.fourcc = "H264", .extra = sets}).Chunk(0, Join({sets, idr}), false).Chunk(0, idr).Chunk(0, idr);
+  const AviFile movie = builder.OldIndex().Build();
   for (const bool taken : {false, true}) {
     SCOPED_TRACE(taken);
+    const Bytes picture = taken ? idr : Join({sets, idr});
     Host host(movie);
     unsigned char config[64];
     unsigned long length = 0;
     if (taken) host->GetVideoConfig(config, &length, sizeof config);
-    expectTheBeginning(host, taken ? idr : Join({sets, idr}));
+    EXPECT_EQ(host.Video(), Unit(picture, 40));  // the first one that is marked as a key frame
     EXPECT_EQ(host->Open(&host.faulty), 0);
-    expectTheBeginning(host, taken ? idr : Join({sets, idr}));
+    EXPECT_EQ(host.Video(), Unit(picture, 40));
+    EXPECT_EQ(host.Video(), Unit(picture, 80));
   }
 }
 
