@@ -35,24 +35,38 @@ int ChunkReader::ReadIndexed(int stream, SAVIStream* record, SChunkRead* read) {
     return read->End();
   }
 
-  const bool mpegVideo = record->nStreamType == STREAM_TYPE_MPEG2 || record->nStreamType == STREAM_TYPE_MPEG1;
-  if (mpegVideo) {
-    const int status = m_Joiner.Check(record, read);
-    if (status != AVI_OK) return status;
-    if (m_Joiner.IsSplitVideo()) return m_Joiner.Read(record, *entry, read);
+  if (record->nStreamType == STREAM_TYPE_MPEG2 || record->nStreamType == STREAM_TYPE_MPEG1) {
+    return ReadMpegVideo(record, *entry, read);
   }
-  m_File.Seek(entry->qwOffset);
-  const int nRead = m_File.Read(read->buf, chunkSize);
+  const int nRead = ReadEntry(*entry, read);
   if (nRead < 0) return FailedChunkRead(nRead, read);
-  read->nRead = static_cast<uint32_t>(nRead);
   if (record->nStreamType == STREAM_TYPE_MP3) {
     ExamineMp3Chunk(stream, record, {reinterpret_cast<const uint8_t*>(read->buf), read->nRead});
   }
+  record->dwChunkCount = CheckedAdd<uint32_t>(record->dwChunkCount, 1u);
+  return Advance(record, *entry, read);
+}
 
+/// Of a picture that is spread over chunks all are read; such streams do not count their chunks.
+int ChunkReader::ReadMpegVideo(SAVIStream* record, const SIndexEntry& entry, SChunkRead* read) {
+  const int status = m_Joiner.Check(record, read);
+  if (status != AVI_OK) return status;
+  if (m_Joiner.IsSplitVideo()) return m_Joiner.Read(record, entry, read);
+  const int nRead = ReadEntry(entry, read);
+  return nRead < 0 ? FailedChunkRead(nRead, read) : Advance(record, entry, read);
+}
+
+inline int ChunkReader::ReadEntry(const SIndexEntry& entry, SChunkRead* read) {
+  m_File.Seek(entry.qwOffset);
+  const int nRead = m_File.Read(read->buf, ChunkSize(entry));
+  if (nRead >= 0) read->nRead = static_cast<uint32_t>(nRead);
+  return nRead;
+}
+
+inline int ChunkReader::Advance(SAVIStream* record, const SIndexEntry& entry, SChunkRead* read) {
   record->dwTotalBytes = CheckedAdd<uint64_t>(record->dwTotalBytes, read->nRead);
   record->dwCurrIdx = CheckedAdd<uint32_t>(record->dwCurrIdx, 1u);
-  if (!mpegVideo) record->dwChunkCount = CheckedAdd<uint32_t>(record->dwChunkCount, 1u);
-  return nRead != 0 ? AVI_OK : EmptyIndexedRead(chunkSize, read);
+  return read->nRead != 0 ? AVI_OK : EmptyIndexedRead(ChunkSize(entry), read);
 }
 
 int ChunkReader::MissingEntry(int stream, const SAVIStream* record, SChunkRead* read) {

@@ -35,6 +35,9 @@ class ChunkReader {
 
  private:
   int ReadIndexed(int stream, SAVIStream* record, SChunkRead* read);
+  int ReadMpegVideo(SAVIStream* record, const SIndexEntry& entry, SChunkRead* read);
+  inline int ReadEntry(const SIndexEntry& entry, SChunkRead* read);
+  static inline int Advance(SAVIStream* record, const SIndexEntry& entry, SChunkRead* read);
   int ReadScanned(int stream, SAVIStream* record, SChunkRead* read);
   static int MissingEntry(int stream, const SAVIStream* record, SChunkRead* read);
   void ExamineMp3Chunk(int stream, const SAVIStream* record, ByteSpan chunk);

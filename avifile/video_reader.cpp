@@ -12,6 +12,19 @@
 
 namespace {
 
+/// Whether some writers leave frames of this type that have to be mended.
+bool IsMended(uint32_t streamType) {
+  switch (streamType) {
+    case STREAM_TYPE_H264:
+    case STREAM_TYPE_DIVX5:
+    case STREAM_TYPE_DIVX:
+    case STREAM_TYPE_DXMF:
+      return true;
+    default:
+      return false;
+  }
+}
+
 /// Moves the cursor to the key frame at or behind it; where none is left it stays.
 void SkipToKeyFrame(SAVIStream* record) {
   for (uint32_t i = record->dwCurrIdx; const SIndexEntry* entry = IndexEntry(record, i); ++i) {
@@ -23,29 +36,28 @@ void SkipToKeyFrame(SAVIStream* record) {
 
 }  // namespace
 
+inline int VideoReader::ReadFrame(int stream, SAVIStream* record, bool keyOnly, SChunkRead* read) {
+  if (keyOnly && m_Movie.IsIndexed()) SkipToKeyFrame(record);
+  read->nTimeStamp = IndexTime(record, record->dwCurrIdx);
+  return m_Chunks.Read(stream, record, read);
+}
+
 int VideoReader::GetNextVideoData(int stream, bool keyOnly, SChunkRead* read) {
   read->nRead = 0;
   SAVIStream* record = m_Movie.streams.At(stream);
   if (!record) return read->End();
-  const int status = ReadFrame(stream, record, keyOnly, read);
-  if (read->nRead == 0) return status;
-  switch (record->nStreamType) {
-    case STREAM_TYPE_H264:
-      PutStartCodes(read);
-      return status;
-    case STREAM_TYPE_DIVX5:
-    case STREAM_TYPE_DIVX:
-    case STREAM_TYPE_DXMF:
-      return CanHaveDamagedVol(record) ? RemoveDamagedVol(stream, record, keyOnly, status, read) : status;
-    default:
-      return status;
-  }
+  return IsMended(record->nStreamType) ? ReadMended(stream, record, keyOnly, read)
+                                       : ReadFrame(stream, record, keyOnly, read);
 }
 
-int VideoReader::ReadFrame(int stream, SAVIStream* record, bool keyOnly, SChunkRead* read) {
-  if (keyOnly && m_Movie.IsIndexed()) SkipToKeyFrame(record);
-  read->nTimeStamp = IndexTime(record, record->dwCurrIdx);
-  return m_Chunks.Read(stream, record, read);
+int VideoReader::ReadMended(int stream, SAVIStream* record, bool keyOnly, SChunkRead* read) {
+  const int status = ReadFrame(stream, record, keyOnly, read);
+  if (read->nRead == 0) return status;
+  if (record->nStreamType == STREAM_TYPE_H264) {
+    PutStartCodes(read);
+    return status;
+  }
+  return CanHaveDamagedVol(record) ? RemoveDamagedVol(stream, record, keyOnly, status, read) : status;
 }
 
 void VideoReader::PutStartCodes(SChunkRead* read) {

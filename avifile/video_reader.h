@@ -23,7 +23,8 @@ class VideoReader {
   int GetNextVideoData(int stream, bool keyOnly, SChunkRead* read);
 
  private:
-  int ReadFrame(int stream, SAVIStream* record, bool keyOnly, SChunkRead* read);
+  inline int ReadFrame(int stream, SAVIStream* record, bool keyOnly, SChunkRead* read);
+  int ReadMended(int stream, SAVIStream* record, bool keyOnly, SChunkRead* read);
   static void PutStartCodes(SChunkRead* read);
   /// Whether the frame just read is one of those whose writers leave damaged headers: a key frame of a legacy index.
   bool CanHaveDamagedVol(const SAVIStream* record) const;

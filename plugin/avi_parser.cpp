@@ -21,6 +21,7 @@ int ReadDebugLevel() {
 AVIParser::AVIParser() {
   SetDebugLevel(ReadDebugLevel());  // of all parsers in the process: the last one made sets it
   mFileParser.reset(new (std::nothrow) CAVIFileParser);
+  mTracks.Clear(mFileParser.get());
 }
 
 int AVIParser::Open(IDataSource* source) {
@@ -57,7 +58,7 @@ int AVIParser::Close() {
 void AVIParser::ReleaseOpenResources() {
   delete mSourceReader;
   mSourceReader = nullptr;
-  mTracks.Clear();
+  mTracks.Clear(mFileParser.get());
   mVideo.Clear();
   ClearLocalData();
 }
@@ -73,7 +74,7 @@ int AVIParser::GetDurationMs(unsigned long* ms) {
 }
 
 int AVIParser::GetAudioConfig(unsigned char* buf, unsigned long* len, unsigned long cap) {
-  const int stream = mTracks.SelectedAudio();
+  const int stream = mTracks.Audio().stream;
   if (stream < 0) {
     *len = 0;
     return AVI_ERROR;
@@ -88,7 +89,7 @@ int AVIParser::GetVideoConfig(unsigned char* buf, unsigned long* len, unsigned l
   SDelivery config{buf, buf ? ClampLength(cap) : 0, 0, 0};
   if (mFileParser) {
     config.len = static_cast<uint32_t>(*len);
-    mVideo.GetVideoConfig(Input(mTracks.Video()), &config);
+    mVideo.GetVideoConfig(mTracks.Video(), &config);
   }
   *len = config.len;
   return 0;
@@ -96,7 +97,7 @@ int AVIParser::GetVideoConfig(unsigned char* buf, unsigned long* len, unsigned l
 
 int AVIParser::GetAudioData(unsigned char* buf, unsigned long* len, unsigned long* ts, unsigned long maxLen) {
   SDelivery unit{buf, ClampLength(maxLen), 0, *ts};
-  const int status = mAudio.GetAudioData(Input(mTracks.SelectedAudio()), &unit);
+  const int status = mAudio.GetAudioData(mTracks.Audio(), &unit);
   *len = unit.len;
   *ts = unit.time;
   return status;
@@ -105,14 +106,14 @@ int AVIParser::GetAudioData(unsigned char* buf, unsigned long* len, unsigned lon
 int AVIParser::GetVideoData(unsigned char* buf, unsigned long* len, unsigned long* ts, unsigned long maxLen,
                             bool keyOnly) {
   SDelivery unit{buf, ClampLength(maxLen), static_cast<uint32_t>(*len), *ts};
-  const int status = mVideo.GetVideoData(Input(mTracks.Video()), &unit, keyOnly);
+  const int status = mVideo.GetVideoData(mTracks.Video(), &unit, keyOnly);
   *len = unit.len;
   *ts = unit.time;
   return status;
 }
 
 int AVIParser::GetTextData(unsigned char* buf, unsigned long* len, unsigned long* ts, unsigned long maxLen) {
-  const STrackInput in = Input(mTracks.SelectedText());
+  const STrackInput& in = mTracks.Text();
   int status = 0;
   // Without a text track the host's cells stay as they are.
   if (in.Codec() == AVI_CODEC_TEXT) {
@@ -156,7 +157,7 @@ unsigned int AVIParser::SeekAndRestart(unsigned int timeMs, int trackType, int s
 }
 
 int AVIParser::SelectAudioTrack(int track) {
-  if (mTracks.SelectAudioTrack(track)) mAudio.SelectTrack(mTracks.Track(track)->nCodecId);
+  if (mTracks.SelectAudioTrack(track)) mAudio.SelectTrack(mTracks.Audio().Codec());
   return 0;
 }
 

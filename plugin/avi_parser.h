@@ -48,7 +48,6 @@ class AVIParser : public IParser {
   void ReleaseOpenResources();
   unsigned int SeekAndRestart(unsigned int timeMs, int trackType, int seekMode, unsigned char bSeekForward);
   bool IsActive() const { return mFileParser && mSourceReader; }
-  STrackInput Input(int stream) const { return {mFileParser.get(), stream, mTracks.Track(stream)}; }
 
   std::unique_ptr<CAVIFileParser> mFileParser;  // null after Close, for good
   AVISourceReader* mSourceReader = nullptr;     // owned, Close frees

@@ -5,11 +5,11 @@
 #include "zu_parser_avi/codec_ids.h"
 #include "zu_parser_avi/track_info.h"
 
-/// The track that one call of the host reads. Made anew for each call, so that nothing in it can go stale.
+/// The track that a call of the host reads. Made where tracks are listed and selected.
 struct STrackInput {
-  CAVIFileParser* file;    ///< null once the parser is closed; there is no stream then
-  int stream;              ///< stream number; -1: no such track
-  const TrackInfo* track;  ///< the stream's record; null without one
+  CAVIFileParser* file = nullptr;    ///< null once the parser is closed; there is no stream then
+  int stream = -1;                   ///< stream number; -1: no such track
+  const TrackInfo* track = nullptr;  ///< the stream's record; null without one
 
   uint32_t Codec() const { return track ? track->nCodecId : 0; }
 };
@@ -29,8 +29,9 @@ inline uint32_t ClampLength(unsigned long length) {
 
 /// Statuses that end an operation; the others become a success without data.
 inline bool IsFatal(int status) {
-  return status != AVI_OK &&
-         (status == AVI_OUT_OF_MEMORY || status == AVI_TOO_MANY_EMPTY_CHUNKS || status == AVI_IO_ERROR);
+  if (status == AVI_OK) [[likely]]
+    return false;
+  return (status == AVI_OUT_OF_MEMORY || status == AVI_TOO_MANY_EMPTY_CHUNKS || status == AVI_IO_ERROR);
 }
 
 /// Hands the host what a read of the file came to: its time, or AVI_END_MARK as length and time for the end.

@@ -147,10 +147,12 @@ bool TrackTable::ListTracks(const CAVIFileParser& file) {
       mAudio.Append(stream);
     } else if (type == STREAM_TYPE_SUBTITLE) {
       mText.Append(stream);
-    } else if (mVideoTrack == -1) {
-      mVideoTrack = stream;  // an unsupported stream too: the first one that is neither audio nor text
+    } else if (mVideo.stream == -1) {
+      mVideo = Input(stream);  // an unsupported stream too: the first one that is neither audio nor text
     }
   }
+  mAudio.input = Input(mAudio.Selected());
+  mText.input = Input(mText.Selected());
   return true;
 }
 
@@ -167,9 +169,11 @@ void TrackTable::MapTrackInfos(CAVIFileParser* file, AudioPath* audio) {
   AVI_LOGV("Call MapTrackInfos End");
 }
 
-void TrackTable::Clear() {
+void TrackTable::Clear(CAVIFileParser* file) {
   delete[] mTrackInfos;
   *this = TrackTable();
+  mFile = file;
+  mVideo = mAudio.input = mText.input = Input(-1);
 }
 
 TrackInfo* TrackTable::GetTrackInfo(unsigned long track) const {
@@ -182,6 +186,7 @@ TrackInfo* TrackTable::GetTrackInfo(unsigned long track) const {
 
 bool TrackTable::SelectAudioTrack(int stream) {
   const bool known = mAudio.Select(stream);
+  mAudio.input = Input(mAudio.Selected());
   if (known) {
     AVI_LOGV("Set AudioIdx %d, Track Index %d", mAudio.nSelected, stream);
   } else {
@@ -192,6 +197,7 @@ bool TrackTable::SelectAudioTrack(int stream) {
 
 bool TrackTable::SelectTextTrack(int stream) {
   const bool known = mText.Select(stream);
+  mText.input = Input(mText.Selected());
   if (known) {
     AVI_LOGV("Set mTextIdx %d, Track Index %d", mText.nSelected, stream);
   } else {

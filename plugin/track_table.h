@@ -19,8 +19,9 @@ class TrackTable {
   /// Describes every stream and gets `audio` ready for them. An AC-3 track's first chunk is read and its cursor moved:
   /// all streams stand at 0 before.
   void MapTrackInfos(CAVIFileParser* file, AudioPath* audio);
-  /// Frees the records and makes everything anew. Explicit, because a parser destroyed without Close keeps them.
-  void Clear();
+  /// Frees the records and makes everything anew, for tracks of `file`; null when there will be none. Explicit, because
+  /// a parser destroyed without Close keeps the records.
+  void Clear(CAVIFileParser* file);
 
   int Count() const { return mTrackCount; }
   /// Milliseconds; 0 when no stream tells it.
@@ -32,10 +33,10 @@ class TrackTable {
     return mTrackInfos && stream >= 0 && stream < mTrackCount ? &mTrackInfos[stream] : nullptr;
   }
 
-  // Streams played; -1: there is none.
-  int Video() const { return mVideoTrack; }
-  int SelectedAudio() const { return mAudio.Selected(); }
-  int SelectedText() const { return mText.Selected(); }
+  // The tracks played, ready for a call that reads them.
+  const STrackInput& Video() const { return mVideo; }
+  const STrackInput& Audio() const { return mAudio.input; }
+  const STrackInput& Text() const { return mText.input; }
   /// Selects a stream; an unknown one selects the first of its kind. @return whether it is known
   bool SelectAudioTrack(int stream);
   bool SelectTextTrack(int stream);
@@ -47,6 +48,7 @@ class TrackTable {
     std::array<int32_t, N> aStream{};
     int32_t nCount = 0;
     int32_t nSelected = 0;  // position
+    STrackInput input;      // of the stream selected
 
     void Append(int stream) {
       if (nCount < N) aStream[static_cast<size_t>(nCount++)] = stream;
@@ -60,12 +62,15 @@ class TrackTable {
     }
   };
 
+  STrackInput Input(int stream) const { return {mFile, stream, Track(stream)}; }
+
+  CAVIFileParser* mFile = nullptr;
   TrackInfo* mTrackInfos = nullptr;  // owned, mTrackCount records
   int32_t mTrackCount = 0;
   uint32_t mDurationMs = 0;
   SList<AVI_MAX_AUDIO_TRACKS> mAudio;
   SList<AVI_MAX_TEXT_TRACKS> mText;
-  int32_t mVideoTrack = -1;
+  STrackInput mVideo;
 };
 
 #endif  // ZU_PLUGIN_TRACK_TABLE_H_

@@ -35,7 +35,8 @@ void VideoPath::GetVideoConfig(const STrackInput& in, SDelivery* out) {
   if (out->len >= 1 && out->len <= out->maxLen) mVideoConfigReady = true;
 }
 
-inline int VideoPath::PullVideo(const STrackInput& in, SDelivery* out, bool keyOnly) {
+// Inline in the delivery of every unit; the skipping that follows a seek in split video may well have its own.
+[[gnu::always_inline]] inline int VideoPath::PullVideo(const STrackInput& in, SDelivery* out, bool keyOnly) {
   const int status = avi_parser_get_video_data(in, out, keyOnly);
   if (status == 0 && out->time != AVI_END_MARK && out->len != AVI_END_MARK) return 0;
   out->len = 0;
@@ -47,7 +48,8 @@ inline int VideoPath::PullVideo(const STrackInput& in, SDelivery* out, bool keyO
   return AVI_END_OF_STREAM;
 }
 
-inline int VideoPath::avi_parser_get_video_data(const STrackInput& in, SDelivery* out, bool keyOnly) {
+[[gnu::always_inline]] inline int VideoPath::avi_parser_get_video_data(const STrackInput& in, SDelivery* out,
+                                                                       bool keyOnly) {
   if (in.stream == -1) {
     out->len = 0;
     out->time = 0;

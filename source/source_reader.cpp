@@ -8,9 +8,16 @@
 #include "base/log.h"
 #include "zu_parser_avi/status.h"
 
-int AVISourceReader::AVI_fseek(long offset, int origin) {
-  const bool traced = (DebugLevel() & kLogTrace) != 0;
-  if (traced) AVI_LOGT("[mossgrove] AVIfseek offset :%lld, origin:%d", static_cast<long long>(offset), origin);
+namespace {
+
+uint32_t ReadLength(unsigned int size, unsigned int count) {
+  return std::min(CheckedMul<uint32_t>(size, count), AVI_MAX_READ);
+}
+
+}  // namespace
+
+int AVISourceReader::MoveTo(long offset, int origin) {
+  AVI_LOGT("[mossgrove] AVIfseek offset :%lld, origin:%d", static_cast<long long>(offset), origin);
   if (origin == 0) {
     mlOffset = offset;
   } else if (origin == 1) {
@@ -24,37 +31,41 @@ int AVISourceReader::AVI_fseek(long offset, int origin) {
              static_cast<unsigned long long>(mlOffsetEnd));
     mlOffset = mlOffsetEnd;
   }
-  if (traced) AVI_LOGT("AVI_fseek end");
+  AVI_LOGT("AVI_fseek end");
   return 0;
 }
 
 int AVISourceReader::AVI_fread(void* buffer, unsigned int size, unsigned int count) {
-  const bool traced = (DebugLevel() & kLogTrace) != 0;
-  if (traced) {
-    AVI_LOGT("AVI_fread Start");
-    AVI_LOGT("AVI_fread size %d mlOffset %lld mlOffsetEnd %lld", static_cast<int>(size),
-             static_cast<long long>(mlOffset), static_cast<long long>(mlOffsetEnd));
-  }
+  if (mlOffsetEnd == 0 || IsTraced()) return ReadUnusual(buffer, size, count);
+  mbStreaming = false;
+  const uint64_t length = ReadLength(size, count);
+  return IsAtEnd() ? RefuseRead() : ReadHere(buffer, std::min(length, Left()));
+}
+
+int AVISourceReader::ReadUnusual(void* buffer, unsigned int size, unsigned int count) {
+  AVI_LOGT("AVI_fread Start");
+  AVI_LOGT("AVI_fread size %d mlOffset %lld mlOffsetEnd %lld", static_cast<int>(size), static_cast<long long>(mlOffset),
+           static_cast<long long>(mlOffsetEnd));
   mbStreaming = mlOffsetEnd == 0 && AVI_IsStreamingSource() != 0;
+  const uint64_t length = ReadLength(size, count);
+  if (!mbStreaming && IsAtEnd()) return RefuseRead();
+  const int nRead = ReadHere(buffer, mbStreaming ? length : std::min(length, Left()));
+  if (nRead >= 0) AVI_LOGT("AVI_fread End");
+  return nRead;
+}
 
-  uint64_t length = std::min(CheckedMul<uint32_t>(size, count), AVI_MAX_READ);
-  if (!mbStreaming) {
-    const uint64_t offset = static_cast<uint64_t>(mlOffset);
-    const uint64_t end = static_cast<uint64_t>(mlOffsetEnd);
-    if (offset >= end) {
-      AVI_LOGE("END");
-      return 0;
-    }
-    length = std::min(length, end - offset);
-  }
-
-  const uint64_t wanted = length;
+int AVISourceReader::ReadHere(void* buffer, uint64_t wanted) {
+  uint64_t length = wanted;
   const int status = mpSource->ReadAt(mlOffset, buffer, &length);
   if (status < 0) return FailedRead(status);
-  length = std::min(length, wanted);  // a source cannot have delivered more than there was room for
-  mlOffset = CheckedAdd<int64_t>(mlOffset, length);
-  if (traced) AVI_LOGT("AVI_fread End");
-  return static_cast<int>(length);
+  const uint64_t delivered = std::min(length, wanted);  // a source cannot have delivered more than there was room for
+  mlOffset = CheckedAdd<int64_t>(mlOffset, delivered);
+  return static_cast<int>(delivered);
+}
+
+int AVISourceReader::RefuseRead() {
+  AVI_LOGE("END");
+  return 0;
 }
 
 int AVISourceReader::FailedRead(int status) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "base/log.h"
 #include "zu_parser_avi/idata_source.h"
 
 /// A file-like reader over the host's byte source: a position, seeks from three origins, and an end of readable data.
@@ -15,7 +16,12 @@ class AVISourceReader {
   /// Moves the position. @param origin 0 from the start, 1 from the position, 2 from the end (which asks the source for
   /// its length); any other origin moves nothing. A position beyond the end of a source whose length is known becomes
   /// that end. @return always 0
-  int AVI_fseek(long offset, int origin);
+  int AVI_fseek(long offset, int origin) {
+    // Every chunk is sought; what has nothing to say, clamp or ask is done here.
+    if (origin != 0 || IsBeyondEnd(offset) || IsTraced()) return MoveTo(offset, origin);
+    mlOffset = offset;
+    return 0;
+  }
 
   /// Reads up to `size` x `count` bytes at the position and moves it by what was delivered.
   /// @param buffer  caller's memory of `size` x `count` bytes.
@@ -43,8 +49,15 @@ class AVISourceReader {
   int AVI_IsStreamingSource() const;
 
  private:
+  static bool IsTraced() { return (DebugLevel() & kLogTrace) != 0; }
+  int MoveTo(long offset, int origin);
+  int ReadUnusual(void* buffer, unsigned int size, unsigned int count);
+  inline int ReadHere(void* buffer, uint64_t wanted);
+  static int RefuseRead();
   static int FailedRead(int status);
   bool IsBeyondEnd(int64_t offset) const { return static_cast<uint64_t>(offset) > static_cast<uint64_t>(mlOffsetEnd); }
+  bool IsAtEnd() const { return static_cast<uint64_t>(mlOffset) >= static_cast<uint64_t>(mlOffsetEnd); }
+  uint64_t Left() const { return static_cast<uint64_t>(mlOffsetEnd) - static_cast<uint64_t>(mlOffset); }
 
   IDataSource* mpSource;
   int64_t mlOffset = 0;
