@@ -12,19 +12,6 @@
 
 namespace {
 
-/// Whether some writers leave frames of this type that have to be mended.
-bool IsMended(uint32_t streamType) {
-  switch (streamType) {
-    case STREAM_TYPE_H264:
-    case STREAM_TYPE_DIVX5:
-    case STREAM_TYPE_DIVX:
-    case STREAM_TYPE_DXMF:
-      return true;
-    default:
-      return false;
-  }
-}
-
 /// Moves the cursor to the key frame at or behind it; where none is left it stays.
 void SkipToKeyFrame(SAVIStream* record) {
   for (uint32_t i = record->dwCurrIdx; const SIndexEntry* entry = IndexEntry(record, i); ++i) {
@@ -36,53 +23,66 @@ void SkipToKeyFrame(SAVIStream* record) {
 
 }  // namespace
 
-inline int VideoReader::ReadFrame(int stream, SAVIStream* record, bool keyOnly, SChunkRead* read) {
-  if (keyOnly && m_Movie.IsIndexed()) SkipToKeyFrame(record);
-  read->nTimeStamp = IndexTime(record, record->dwCurrIdx);
-  return m_Chunks.Read(stream, record, read);
-}
-
 int VideoReader::GetNextVideoData(int stream, bool keyOnly, SChunkRead* read) {
   read->nRead = 0;
   SAVIStream* record = m_Movie.streams.At(stream);
   if (!record) return read->End();
-  return IsMended(record->nStreamType) ? ReadMended(stream, record, keyOnly, read)
-                                       : ReadFrame(stream, record, keyOnly, read);
+  return keyOnly && m_Movie.IsIndexed() ? ReadKeyFrame(stream, record, read) : ReadMended(stream, record, false, read);
 }
 
-int VideoReader::ReadMended(int stream, SAVIStream* record, bool keyOnly, SChunkRead* read) {
-  const int status = ReadFrame(stream, record, keyOnly, read);
-  if (read->nRead == 0) return status;
-  if (record->nStreamType == STREAM_TYPE_H264) {
-    PutStartCodes(read);
-    return status;
+int VideoReader::ReadKeyFrame(int stream, SAVIStream* record, SChunkRead* read) {
+  SkipToKeyFrame(record);
+  return ReadMended(stream, record, true, read);
+}
+
+[[gnu::always_inline]] inline int VideoReader::ReadMended(int stream, SAVIStream* record, bool keyOnly,
+                                                          SChunkRead* read) {
+  switch (record->nStreamType) {
+    case STREAM_TYPE_H264:
+      return ReadH264Frame(stream, record, read);
+    case STREAM_TYPE_DIVX5:
+    case STREAM_TYPE_DIVX:
+    case STREAM_TYPE_DXMF:
+      return CanHaveDamagedVol(record) ? ReadWithoutDamagedVol(stream, record, keyOnly, read)
+                                       : ReadFrame(stream, record, read);
+    default:
+      return ReadFrame(stream, record, read);
   }
-  return CanHaveDamagedVol(record) ? RemoveDamagedVol(stream, record, keyOnly, status, read) : status;
 }
 
-void VideoReader::PutStartCodes(SChunkRead* read) {
-  if (LengthsToStartCodes(reinterpret_cast<uint8_t*>(read->buf), read->nRead)) return;
+inline int VideoReader::ReadFrame(int stream, SAVIStream* record, SChunkRead* read) {
+  read->nTimeStamp = IndexTime(record, record->dwCurrIdx);
+  return m_Chunks.Read(stream, record, read);
+}
+
+int VideoReader::ReadH264Frame(int stream, SAVIStream* record, SChunkRead* read) {
+  const int status = ReadFrame(stream, record, read);
+  if (read->nRead == 0 || LengthsToStartCodes(reinterpret_cast<uint8_t*>(read->buf), read->nRead)) return status;
   AVI_LOGE("CheckAVCStartCode error, piRead=%ld", static_cast<long>(read->nRead));
   read->nRead = 0;
+  return status;
 }
 
-int VideoReader::RemoveDamagedVol(int stream, SAVIStream* record, bool keyOnly, int status, SChunkRead* read) {
-  uint8_t* data = reinterpret_cast<uint8_t*>(read->buf);
+inline bool VideoReader::CanHaveDamagedVol(const SAVIStream* record) const {
+  const SIndexEntry* next = IndexEntry(record, record->dwCurrIdx);
+  return next && IsKeyFrame(*next) && m_Movie.m_iIndexType == IDXTYPE_OLD;
+}
+
+int VideoReader::ReadWithoutDamagedVol(int stream, SAVIStream* record, bool keyOnly, SChunkRead* read) {
+  const int status = ReadFrame(stream, record, read);
+  uint8_t* const data = reinterpret_cast<uint8_t*>(read->buf);
   const std::span<uint8_t> frame{data, read->nRead};
   const ptrdiff_t vol = FindDamagedVol(frame);
   if (vol == kNotFound) return status;
   AVI_LOGE("VOL Header Corrupted!! Remove VOL header");
   const ptrdiff_t vop = FindStartCode(frame, kVopStartCode, vol, static_cast<ptrdiff_t>(frame.size()) - 4);
-  if (vop == kNotFound) return ReadFrame(stream, record, keyOnly, read);
+  if (vop == kNotFound) {  // nothing but the header is there
+    if (keyOnly) SkipToKeyFrame(record);
+    return ReadFrame(stream, record, read);
+  }
   read->nRead -= static_cast<uint32_t>(vop);
   std::memmove(data, data + vop, read->nRead);
   return status;
-}
-
-bool VideoReader::CanHaveDamagedVol(const SAVIStream* record) const {
-  if (m_Movie.m_iIndexType != IDXTYPE_OLD || record->dwCurrIdx == 0) return false;
-  const SIndexEntry* justRead = IndexEntry(record, record->dwCurrIdx - 1);
-  return justRead && IsKeyFrame(*justRead);
 }
 
 int VideoReader::GetFirstVideoData(int stream, SChunkRead* read) {

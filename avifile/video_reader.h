@@ -23,13 +23,16 @@ class VideoReader {
   int GetNextVideoData(int stream, bool keyOnly, SChunkRead* read);
 
  private:
-  inline int ReadFrame(int stream, SAVIStream* record, bool keyOnly, SChunkRead* read);
-  int ReadMended(int stream, SAVIStream* record, bool keyOnly, SChunkRead* read);
-  static void PutStartCodes(SChunkRead* read);
-  /// Whether the frame just read is one of those whose writers leave damaged headers: a key frame of a legacy index.
-  bool CanHaveDamagedVol(const SAVIStream* record) const;
-  /// Reads the next frame instead where nothing but the header is there. @return the status, `status` if none was read.
-  int RemoveDamagedVol(int stream, SAVIStream* record, bool keyOnly, int status, SChunkRead* read);
+  // The inline ones are on the way of every frame, and defined in the body, which alone calls them.
+  int ReadKeyFrame(int stream, SAVIStream* record, SChunkRead* read);
+  inline int ReadMended(int stream, SAVIStream* record, bool keyOnly, SChunkRead* read);
+  inline int ReadFrame(int stream, SAVIStream* record, SChunkRead* read);
+  /// With start codes in place of length prefixes.
+  int ReadH264Frame(int stream, SAVIStream* record, SChunkRead* read);
+  /// Whether the next frame is one of those whose writers leave damaged headers: a key frame of a legacy index.
+  inline bool CanHaveDamagedVol(const SAVIStream* record) const;
+  /// The next frame but one where there is nothing but the header.
+  int ReadWithoutDamagedVol(int stream, SAVIStream* record, bool keyOnly, SChunkRead* read);
 
   const SMovie& m_Movie;
   ChunkScanner& m_Scanner;

@@ -25,7 +25,7 @@ template <typename R, typename A, typename B>
 template <typename R, typename A, typename B>
 [[nodiscard]] R CheckedMul(A a, B b) {
   R result;
-  if (__builtin_mul_overflow(a, b, &result)) FatalOverflow();
+  if (__builtin_expect(__builtin_mul_overflow(a, b, &result), 0)) FatalOverflow();
   return result;
 }
 

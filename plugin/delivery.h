@@ -29,16 +29,15 @@ inline uint32_t ClampLength(unsigned long length) {
 
 /// Statuses that end an operation; the others become a success without data.
 inline bool IsFatal(int status) {
-  if (status == AVI_OK) [[likely]]
-    return false;
-  return (status == AVI_OUT_OF_MEMORY || status == AVI_TOO_MANY_EMPTY_CHUNKS || status == AVI_IO_ERROR);
+  return status == AVI_OUT_OF_MEMORY || status == AVI_TOO_MANY_EMPTY_CHUNKS || status == AVI_IO_ERROR;
 }
 
 /// Hands the host what a read of the file came to: its time, or AVI_END_MARK as length and time for the end.
 /// @return 0, also when nothing could be read for now; a fatal status.
 inline int FinishRead(int status, uint32_t time, SDelivery* out) {
-  if (status == AVI_ERROR && out->len == 0) out->len = time = AVI_END_MARK;
   out->time = time;
+  if (status == AVI_OK) return 0;
+  if (status == AVI_ERROR && out->len == 0) out->time = out->len = AVI_END_MARK;
   return IsFatal(status) ? status : 0;
 }
 

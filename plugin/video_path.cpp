@@ -62,7 +62,7 @@ void VideoPath::GetVideoConfig(const STrackInput& in, SDelivery* out) {
 
 inline int VideoPath::ReadNext(const STrackInput& in, SDelivery* out, uint32_t* time, bool keyOnly) {
   const int status = ReadFrame(in, out, time, keyOnly);
-  if (IsFatal(status)) return status;
+  if (status != AVI_OK && IsFatal(status)) return status;
   if (mCheckBFrame) DropBFrameAfterFirst(in, out);
   return out->len != 0 || *time == AVI_END_MARK ? status : RetryNext(in, out, time, keyOnly);
 }
