@@ -12,13 +12,8 @@ namespace {
 
 constexpr uint32_t kKeyFrameFlag = 0x10;
 
-struct SRawEntry {
-  uint32_t ckid, dwFlags, dwChunkOffset, dwChunkLength;
-};
-
-SRawEntry DecodeEntry(const uint8_t* raw) {
-  return {LoadLe32(raw), LoadLe32(raw + 4), LoadLe32(raw + 8), LoadLe32(raw + 12)};
-}
+// Positions in a raw entry.
+constexpr size_t kChunkId = 0, kFlags = 4, kChunkOffset = 8, kChunkLength = 12;
 
 }  // namespace
 
@@ -37,9 +32,12 @@ int OldIndexReader::ParseChunkOldIdx(uint32_t offset, uint32_t size) {
   }
   const uint32_t entries = size / AVI_OLD_ENTRY_BYTES;
   const uint64_t room = m_File.Rest(offset, AVI_MAX_STREAM_TABLE) / AVI_OLD_ENTRY_BYTES;
-  if (!Allocate(std::min<uint64_t>(entries, room))) return 0;
+  const int passes = (m_Movie.streams.DeclaredCount() + 1) / 2;
+  // Each pass looks at the block's entry of its number, read or not.
+  const uint32_t block = std::max(std::min(entries, AVI_OLD_INDEX_BLOCK), static_cast<uint32_t>(passes));
+  if (!Allocate(std::min<uint64_t>(entries, room), block)) return 0;
 
-  for (; m_nPass < (m_Movie.streams.DeclaredCount() + 1) / 2; ++m_nPass) {
+  for (; m_nPass < passes; ++m_nPass) {
     if (!ReadPass(offset, entries)) {
       Abandon();
       return 0;
@@ -49,7 +47,7 @@ int OldIndexReader::ParseChunkOldIdx(uint32_t offset, uint32_t size) {
   return 1;
 }
 
-bool OldIndexReader::Allocate(uint64_t capacity) {
+bool OldIndexReader::Allocate(uint64_t capacity, uint32_t block) {
   m_Movie.streams.FreeIndexes();  // an OpenDML index that failed may have left some
   for (SAVIStream& stream : m_Movie.streams.All()) {
     stream.pIndex = AllocZeroed<SIndex>(1).release();  // the stream's
@@ -68,7 +66,7 @@ bool OldIndexReader::Allocate(uint64_t capacity) {
   m_Movie.streams.ShareEntries(m_aEntries);
   m_nBack = static_cast<int64_t>(capacity) - 1;
 
-  m_pBlock = AllocZeroed<uint8_t>(size_t{AVI_OLD_INDEX_BLOCK} * AVI_OLD_ENTRY_BYTES);
+  m_pBlock = AllocZeroed<uint8_t>(size_t{block} * AVI_OLD_ENTRY_BYTES);
   if (!m_pBlock) {
     m_Movie.streams.FreeIndexes();
     AVI_LOGE("ERROR!!! AVI index malloc 4");
@@ -96,31 +94,52 @@ void OldIndexReader::AddBlock(uint32_t count) {
   if (!m_bBaseKnown) {
     // Offsets that do not reach the first chunk are relative, and the first entry is the first chunk.
     const uint64_t movi = static_cast<uint64_t>(m_Movie.m_pMovi->llOffset);
-    const uint32_t first = DecodeEntry(block).dwChunkOffset;
+    const uint32_t first = LoadLe32(block + kChunkOffset);
     m_qwBase = first <= movi ? movi + 8 - first : 0;
     m_bBaseKnown = true;
   }
   const int even = 2 * m_nPass;
-  for (uint32_t i = 0; i < count; ++i) {
-    const SRawEntry raw = DecodeEntry(block + size_t{i} * AVI_OLD_ENTRY_BYTES);
-    if (raw.ckid == 0) continue;
-    if (raw.ckid == FourCC("JUNK") || raw.ckid == FourCC("RES1")) m_Movie.m_bIdxJunk = true;
-    const int number = StreamNumber(raw.ckid);
-    if (number < even || number > even + 1 || number >= m_Movie.streams.DeclaredCount()) continue;
-    if (m_nFront > m_nBack) continue;  // the chunk claims more than the file holds
-
-    SAVIStream& stream = *m_Movie.streams.At(number);
-    SIndex& index = *stream.pIndex;
-    // The id comes from the block's entry of the pass's number, not from this one; players rely on what it says.
-    if (index.dwIdxNum == 0) {
-      stream.dwChunkId = DecodeEntry(block + static_cast<size_t>(m_nPass) * AVI_OLD_ENTRY_BYTES).ckid;
+  const uint32_t streams = m_Movie.streams.At(even + 1) ? 2 : 1;
+  // Nothing in the loop is a member: the compiler could not keep it in a register.
+  const uint64_t base = m_qwBase;
+  SIndexEntry* front = m_aEntries + m_nFront;
+  SIndexEntry* back = m_aEntries + m_nBack;
+  uint32_t maxSize[2] = {};
+  bool junk = false;
+  const uint8_t* const end = block + size_t{count} * AVI_OLD_ENTRY_BYTES;
+  for (const uint8_t* raw = block; raw != end; raw += AVI_OLD_ENTRY_BYTES) {
+    const uint32_t id = LoadLe32(raw + kChunkId);
+    const uint32_t which = static_cast<uint32_t>(StreamNumber(id) - even);
+    if (which >= streams) {
+      junk |= id == FourCC("JUNK") || id == FourCC("RES1");
+      continue;
     }
-    ++index.dwIdxNum;
-    index.dwMaxChunkSize = std::max(index.dwMaxChunkSize, raw.dwChunkLength);
-    SIndexEntry& entry = m_aEntries[number == even ? m_nFront++ : m_nBack--];
-    entry.qwOffset = m_qwBase + raw.dwChunkOffset;
-    entry.dwSize = raw.dwFlags & kKeyFrameFlag ? raw.dwChunkLength & kChunkSizeMask : raw.dwChunkLength | kNotKeyFrame;
+    if (front > back) continue;  // the chunk claims more than the file holds
+    const uint32_t length = LoadLe32(raw + kChunkLength);
+    const uint32_t notKey = LoadLe32(raw + kFlags) & kKeyFrameFlag ? 0 : kNotKeyFrame;
+    SIndexEntry& entry = which == 0 ? *front++ : *back--;
+    entry.qwOffset = base + LoadLe32(raw + kChunkOffset);
+    entry.dwSize = (length & kChunkSizeMask) | notKey;
+    maxSize[which] = std::max(maxSize[which], length);
   }
+  if (junk) m_Movie.m_bIdxJunk = true;
+  CountEntries(even, front - m_aEntries - m_nFront, maxSize[0]);
+  m_nFront = front - m_aEntries;
+  CountEntries(even + 1, m_nBack - (back - m_aEntries), maxSize[1]);
+  m_nBack = back - m_aEntries;
+}
+
+void OldIndexReader::CountEntries(int number, int64_t added, uint32_t maxSize) {
+  if (added == 0) return;
+  SAVIStream& stream = *m_Movie.streams.At(number);
+  SIndex& index = *stream.pIndex;
+  // The id comes from the block's entry of the pass's number, not from the stream's first one; players rely on what it
+  // says.
+  if (index.dwIdxNum == 0) {
+    stream.dwChunkId = LoadLe32(m_pBlock.get() + static_cast<size_t>(m_nPass) * AVI_OLD_ENTRY_BYTES + kChunkId);
+  }
+  index.dwIdxNum += static_cast<uint32_t>(added);
+  index.dwMaxChunkSize = std::max(index.dwMaxChunkSize, maxSize);
 }
 
 void OldIndexReader::FinishPass() {

@@ -19,9 +19,11 @@ class OldIndexReader {
   int ParseChunkOldIdx(uint32_t offset, uint32_t size);
 
  private:
-  bool Allocate(uint64_t capacity);
+  /// @param capacity  entries of the table. @param block  raw entries read at once.
+  bool Allocate(uint64_t capacity, uint32_t block);
   bool ReadPass(uint32_t offset, uint32_t entries);
   void AddBlock(uint32_t count);
+  void CountEntries(int number, int64_t added, uint32_t maxSize);
   void FinishPass();
   void Abandon();
 
