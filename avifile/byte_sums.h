@@ -9,12 +9,9 @@
 /// costs a binary search and a short walk instead of a walk of the whole index. A chunk has as many blocks as
 /// `nBlockAlign` goes into its size, rounded up; one with nBlockAlign 0.
 struct SByteSums {
-  struct SSample {
-    uint64_t qwBytes;  // of all entries before this one
-    uint64_t qwBlocks;
-  };
-  uint32_t nSamples;  // entry i x kStride, and the end
-  SSample* aSamples;  // owned
+  // Sample i is of all entries before entry i x kStride, up to the end of the index. Owned; null until searched.
+  uint64_t* aBytes;
+  uint64_t* aBlocks;
   static constexpr uint32_t kStride = 256;
 };
 
