@@ -57,14 +57,14 @@ bool OldIndexReader::Allocate(uint64_t capacity, uint32_t block) {
       return false;
     }
   }
-  m_aEntries = AllocZeroed<SIndexEntry>(capacity).release();  // freed with stream 0's index
-  if (!m_aEntries) {
+  m_pFront = AllocZeroed<SIndexEntry>(capacity).release();  // freed with stream 0's index
+  if (!m_pFront) {
     m_Movie.streams.FreeIndexes();
     AVI_LOGE("ERROR!!! AVI index malloc fail 3");
     return false;
   }
-  m_Movie.streams.ShareEntries(m_aEntries);
-  m_nBack = static_cast<int64_t>(capacity) - 1;
+  m_Movie.streams.ShareEntries(m_pFront);
+  m_pBack = m_pFront + capacity;
 
   m_pBlock = AllocZeroed<uint8_t>(size_t{block} * AVI_OLD_ENTRY_BYTES);
   if (!m_pBlock) {
@@ -77,7 +77,7 @@ bool OldIndexReader::Allocate(uint64_t capacity, uint32_t block) {
 
 bool OldIndexReader::ReadPass(uint32_t offset, uint32_t entries) {
   m_File.Seek(uint64_t{offset});
-  m_Movie.streams.At(2 * m_nPass)->pIndex->aIdx = m_aEntries + m_nFront;
+  m_Movie.streams.At(2 * m_nPass)->pIndex->aIdx = m_pFront;
   for (uint32_t left = entries; left > 0;) {
     const uint32_t count = std::min(left, AVI_OLD_INDEX_BLOCK);
     const int nRead = m_File.Read(m_pBlock.get(), count * AVI_OLD_ENTRY_BYTES);
@@ -102,8 +102,8 @@ void OldIndexReader::AddBlock(uint32_t count) {
   const uint32_t streams = m_Movie.streams.At(even + 1) ? 2 : 1;
   // Nothing in the loop is a member: the compiler could not keep it in a register.
   const uint64_t base = m_qwBase;
-  SIndexEntry* front = m_aEntries + m_nFront;
-  SIndexEntry* back = m_aEntries + m_nBack;
+  SIndexEntry* front = m_pFront;
+  SIndexEntry* back = m_pBack;
   uint32_t maxSize[2] = {};
   bool junk = false;
   const uint8_t* const end = block + size_t{count} * AVI_OLD_ENTRY_BYTES;
@@ -114,22 +114,22 @@ void OldIndexReader::AddBlock(uint32_t count) {
       junk |= id == FourCC("JUNK") || id == FourCC("RES1");
       continue;
     }
-    if (front > back) continue;  // the chunk claims more than the file holds
+    if (front == back) continue;  // the chunk claims more than the file holds
     const uint32_t length = LoadLe32(raw + kChunkLength);
     const uint32_t notKey = LoadLe32(raw + kFlags) & kKeyFrameFlag ? 0 : kNotKeyFrame;
-    SIndexEntry& entry = which == 0 ? *front++ : *back--;
+    SIndexEntry& entry = which == 0 ? *front++ : *--back;
     entry.qwOffset = base + LoadLe32(raw + kChunkOffset);
     entry.dwSize = (length & kChunkSizeMask) | notKey;
     maxSize[which] = std::max(maxSize[which], length);
   }
   if (junk) m_Movie.m_bIdxJunk = true;
-  CountEntries(even, front - m_aEntries - m_nFront, maxSize[0]);
-  m_nFront = front - m_aEntries;
-  CountEntries(even + 1, m_nBack - (back - m_aEntries), maxSize[1]);
-  m_nBack = back - m_aEntries;
+  CountEntries(even, front - m_pFront, maxSize[0]);
+  CountEntries(even + 1, m_pBack - back, maxSize[1]);
+  m_pFront = front;
+  m_pBack = back;
 }
 
-void OldIndexReader::CountEntries(int number, int64_t added, uint32_t maxSize) {
+void OldIndexReader::CountEntries(int number, ptrdiff_t added, uint32_t maxSize) {
   if (added == 0) return;
   SAVIStream& stream = *m_Movie.streams.At(number);
   SIndex& index = *stream.pIndex;
@@ -146,7 +146,7 @@ void OldIndexReader::FinishPass() {
   const SAVIStream* odd = m_Movie.streams.At(2 * m_nPass + 1);
   if (!odd) return;
   SIndex& index = *odd->pIndex;
-  index.aIdx = m_aEntries + m_nBack + 1;
+  index.aIdx = m_pBack;
   std::reverse(index.aIdx, index.aIdx + index.dwIdxNum);
 }
 

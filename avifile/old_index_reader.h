@@ -1,6 +1,7 @@
 #ifndef ZU_AVIFILE_OLD_INDEX_READER_H_
 #define ZU_AVIFILE_OLD_INDEX_READER_H_
 
+#include <cstddef>
 #include <cstdint>
 
 #include "avifile/file_view.h"
@@ -23,16 +24,16 @@ class OldIndexReader {
   bool Allocate(uint64_t capacity, uint32_t block);
   bool ReadPass(uint32_t offset, uint32_t entries);
   void AddBlock(uint32_t count);
-  void CountEntries(int number, int64_t added, uint32_t maxSize);
+  void CountEntries(int number, ptrdiff_t added, uint32_t maxSize);
   void FinishPass();
   void Abandon();
 
   FileView& m_File;
   SMovie& m_Movie;
-  MallocPtr<uint8_t> m_pBlock;        // raw entries as read; what an earlier block left behind stays visible
-  SIndexEntry* m_aEntries = nullptr;  // stream 0's
-  int64_t m_nFront = 0;
-  int64_t m_nBack = -1;  // front > back: full
+  MallocPtr<uint8_t> m_pBlock;  // raw entries as read; what an earlier block left behind stays visible
+  // The entries of the table from front to back are free; the table is stream 0's.
+  SIndexEntry* m_pFront = nullptr;
+  SIndexEntry* m_pBack = nullptr;
   int m_nPass = 0;
   bool m_bBaseKnown = false;
   uint64_t m_qwBase = 0;
