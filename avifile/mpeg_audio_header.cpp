@@ -41,6 +41,7 @@ bool DecodeMpegAudioHeader(uint32_t header, SMpegAudioHeader* out) {
       bitrateIndex == 15 || rateIndex == 3) {
     return false;
   }
+  out->nLayer = 4 - layer;
   out->nSampleRate = kSampleRates[rateIndex] / (version == kVersion1 ? 1 : version == kVersion2 ? 2 : 4);
   out->nKbps = kBitrates[BitrateRow(version, layer)][bitrateIndex];
   out->nChannels = (header >> 6 & 3) == kModeMono ? 1 : 2;

@@ -25,6 +25,7 @@ constexpr uint32_t MpegAudioLayer(uint8_t byte1) {
 }
 
 struct SMpegAudioHeader {
+  uint32_t nLayer = 0;       ///< 1 to 3
   uint32_t nFrameSize = 0;   ///< bytes, header included
   uint32_t nSampleRate = 0;  ///< Hz
   uint32_t nChannels = 0;

@@ -2,6 +2,7 @@
 #include "plugin/ac3_framer.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "avifile/ac3_header.h"
@@ -17,14 +18,24 @@ constexpr uint32_t kRateCodes = 3;  // fscod 0 to 2: 48, 44.1, 32 kHz
 
 /// Words of 16 bits in a frame of 1536 samples. At 44.1 kHz a frame has no whole number of them: odd codes have one
 /// more.
-constexpr uint32_t FrameWords(uint32_t sizeCode, uint32_t rateCode) {
+constexpr uint16_t FrameWords(size_t sizeCode, size_t rateCode) {
   const uint32_t kbps = kBitRates[sizeCode / 2];
-  if (rateCode == 0) return kbps * 2;
-  if (rateCode == 2) return kbps * 3;
-  return kbps * 1000 * 1536 / 44100 / 16 + (sizeCode & 1);
+  const uint32_t words = rateCode == 0   ? kbps * 2
+                         : rateCode == 2 ? kbps * 3
+                                         : kbps * 1000 * 1536 / 44100 / 16 + (sizeCode & 1);
+  return static_cast<uint16_t>(words);
 }
-static_assert(FrameWords(0, 0) == 64 && FrameWords(0, 1) == 69 && FrameWords(0, 2) == 96);
-static_assert(FrameWords(37, 0) == 1280 && FrameWords(37, 1) == 1394 && FrameWords(37, 2) == 1920);
+
+/// FrameWords by rate code and, rising, by size code.
+constexpr auto kFrameWords = [] {
+  std::array<std::array<uint16_t, kSizeCodes>, kRateCodes> words{};
+  for (size_t rate = 0; rate < kRateCodes; ++rate) {
+    for (size_t size = 0; size < kSizeCodes; ++size) words[rate][size] = FrameWords(size, rate);
+  }
+  return words;
+}();
+static_assert(kFrameWords[0][0] == 64 && kFrameWords[1][0] == 69 && kFrameWords[2][0] == 96);
+static_assert(kFrameWords[0][37] == 1280 && kFrameWords[1][37] == 1394 && kFrameWords[2][37] == 1920);
 
 bool IsSwapped(const unsigned char* sync) { return sync[0] == 0x77; }
 
@@ -38,12 +49,12 @@ unsigned char* NextSync(unsigned char* at, unsigned char* end) {
 
 }  // namespace
 
-bool Ac3Framer::TakeHeader(const STrackInput& in, const unsigned char* front, const unsigned char* sync,
-                           uint64_t held) {
+inline bool Ac3Framer::TakeHeader(const STrackInput& in, const unsigned char* front, const unsigned char* sync,
+                                  uint64_t held) {
   const bool swapped = IsSwapped(sync);
-  const auto byteAt = [&](uint64_t at) { return at < held ? sync[at] : uint8_t{0}; };
-  const uint8_t bsidByte = byteAt(swapped ? 4 : 5);
-  const uint8_t rateByte = byteAt(swapped ? 5 : 4);
+  const uint8_t byte5 = held > 5 ? sync[5] : uint8_t{0};
+  const uint8_t bsidByte = swapped ? sync[4] : byte5;
+  const uint8_t rateByte = swapped ? byte5 : sync[4];
   if (bsidByte >= 88 && bsidByte < 136) {  // bsid 11 to 16
     TakeEAC3Header(in, front, rateByte >> 6, swapped);
     return true;
@@ -58,7 +69,7 @@ bool Ac3Framer::TakeHeader(const STrackInput& in, const unsigned char* front, co
     if (mLines.Take(ELine::kRejected)) AVI_LOGE("DetectedAC3StartCode Get abnormal frame size.");
     return false;
   }
-  mFrameSize = FrameWords(sizeCode, rateCode) * 2;
+  mFrameSize = kFrameWords[rateCode][sizeCode] * 2u;
   return true;
 }
 
@@ -68,40 +79,49 @@ void Ac3Framer::TakeEAC3Header(const STrackInput& in, const unsigned char* front
   const uint32_t low = front[swapped ? 2 : 3];
   mFrameSize = ((high << 8 | low) + 1) * 2;
   if (rateCode >= kRateCodes) return;
-  for (uint32_t sizeCode = 0; sizeCode < kSizeCodes; sizeCode += 2) {
-    // The table's words are compared with a size in bytes; with another unit the times of E-AC-3 chunks would change.
-    if (FrameWords(sizeCode, rateCode) != mFrameSize) continue;
+  // The table's words are compared with a size in bytes; with another unit the times of E-AC-3 chunks would change.
+  const auto& words = kFrameWords[rateCode];
+  const auto found = std::lower_bound(words.begin(), words.end(), mFrameSize);
+  const auto sizeCode = static_cast<size_t>(found - words.begin());
+  // The sizes of odd codes count only where they are those of even ones.
+  if (found != words.end() && *found == mFrameSize && sizeCode % 2 == 0) {
     in.file->SetAC3BitRate(kBitRates[sizeCode / 2] * 1000);
-    return;
   }
 }
 
-Ac3Framer::ESync Ac3Framer::FindSyncWord(const STrackInput& in, unsigned char* buf, uint32_t* start, uint32_t end) {
+inline Ac3Framer::ESync Ac3Framer::FindSyncWord(const STrackInput& in, unsigned char* buf, uint32_t* start,
+                                                uint32_t end) {
+  unsigned char* const front = buf + *start;
   const uint32_t held = end - *start;
-  if (!buf || held < 4) {
+  if (held > 4 && IsAc3Sync(front) && TakeHeader(in, front, front, held)) return ESync::kFound;
+  return SearchSyncWord(in, front, held, start);
+}
+
+Ac3Framer::ESync Ac3Framer::SearchSyncWord(const STrackInput& in, unsigned char* front, uint32_t held,
+                                           uint32_t* skipped) {
+  if (held < 4) {
     if (mLines.Take(ELine::kUnavailable)) {
       AVI_LOGE("[DetectedAC3StartCode] unavailable value - [%lu]", static_cast<unsigned long>(held));
     }
     return ESync::kTooShort;
   }
-  unsigned char* const front = buf + *start;
   unsigned char* const last = front + (held - 4);
-  unsigned char* sync = NextSync(front, last);
+  unsigned char* sync = NextSync(front + 1, last);
   while (sync != last && !TakeHeader(in, front, sync, held - static_cast<uint64_t>(sync - front))) {
     sync = NextSync(sync + 1, last);
   }
-  const uint32_t skipped = static_cast<uint32_t>(sync - front);
+  const uint32_t before = static_cast<uint32_t>(sync - front);
   // The end test is made once more on what is left, so a sync word just half way counts as none.
-  if (sync == last || (skipped > 0 && skipped == held - skipped - 4)) {
+  if (sync == last || before == held - before - 4) {
     std::memset(front, 0, held);
     if (mLines.Take(ELine::kNoStartCode)) AVI_LOGE("AC3 Start code not found.");
     return ESync::kNone;
   }
-  *start += skipped;
+  *skipped += before;
   return ESync::kFound;
 }
 
-bool Ac3Framer::DetectedAC3StartCode(const STrackInput& in, unsigned char* buf, uint32_t* len) {
+inline bool Ac3Framer::Detect(const STrackInput& in, unsigned char* buf, uint32_t* len) {
   uint32_t start = 0;
   const ESync found = FindSyncWord(in, buf, &start, *len);
   if (found == ESync::kNone) *len = 0;
@@ -109,7 +129,7 @@ bool Ac3Framer::DetectedAC3StartCode(const STrackInput& in, unsigned char* buf, 
   return found == ESync::kFound;
 }
 
-bool Ac3Framer::GetAC3Data(const STrackInput& in, SDelivery* out) {
+inline bool Ac3Framer::Cut(const STrackInput& in, SDelivery* out) {
   unsigned char* const buf = mBuffer.front();
   const uint32_t end = static_cast<uint32_t>(mBuffer.size());
   uint32_t start = 0;
@@ -146,8 +166,12 @@ bool Ac3Framer::GetAC3Data(const STrackInput& in, SDelivery* out) {
   }
 }
 
-uint64_t Ac3Framer::BufferedTime(const STrackInput& in, bool cut, uint8_t, uint64_t hostTime) const {
+inline uint64_t Ac3Framer::BufferedTime(const STrackInput& in, bool cut, uint8_t, uint64_t hostTime) const {
   if (!cut) return hostTime;
   const uint32_t bitRate = in.track->audio.nBitRate;
   return bitRate ? mTimestamp + mFrameSize * 8000 / bitRate : mTimestamp;
+}
+
+int Ac3Framer::GetAC3AudioData(AudioFeed& feed, const STrackInput& in, SDelivery* out) {
+  return GetSyncFrame(feed, in, out);
 }

@@ -9,45 +9,43 @@ inline int AudioFeed::ReadChunk(const STrackInput& in, SDelivery* out, uint32_t*
   return in.file->GetNextAudioData(in.stream, reinterpret_cast<char*>(out->buf), out->maxLen, &out->len, time);
 }
 
-inline int AudioFeed::ReadNext(const STrackInput& in, SDelivery* out, uint32_t* time) {
-  const int status = ReadChunk(in, out, time);
-  return out->len != 0 || *time == AVI_END_MARK || IsFatal(status) ? status : RetryNext(in, out, time);
+inline int AudioFeed::avi_parser_get_audio_data(const STrackInput& in, SDelivery* out) {
+  if (mAudioRestart) return ReadFirst(in, out);
+  uint32_t time = static_cast<uint32_t>(out->time);
+  const int status = ReadChunk(in, out, &time);
+  if (status != AVI_OK || out->len == 0) return RetryNext(in, status, time, out);
+  out->time = time;
+  return 0;
 }
 
-inline int AudioFeed::avi_parser_get_audio_data(const STrackInput& in, SDelivery* out) {
+int AudioFeed::ReadFirst(const STrackInput& in, SDelivery* out) {
+  char* const buf = reinterpret_cast<char*>(out->buf);
+  uint32_t time = static_cast<uint32_t>(out->time);
+  int status = in.file->GetFirstAudioData(in.stream, buf, out->maxLen, &out->len, &time);
+  for (int i = 0; i < AVI_FIRST_RETRIES && !IsFatal(status) && out->len == 0; ++i) {
+    AVI_LOGW("[avi_parser_get_audio_data] initial Audio data length is zero [it is to escape error case]");
+    status = in.file->GetFirstAudioData(in.stream, buf, out->maxLen, &out->len, &time);
+  }
+  if (!IsFatal(status)) mAudioRestart = false;
+  return FinishRead(status, time, out);
+}
+
+int AudioFeed::RetryNext(const STrackInput& in, int status, uint32_t time, SDelivery* out) {
+  for (int i = 0; i < AVI_NEXT_RETRIES && !IsFatal(status) && out->len == 0 && time != AVI_END_MARK; ++i) {
+    AVI_LOGW("[avi_parser_get_audio_data] Audio data length is zero max_buf_size:%ld, *pBufLen:%ld",
+             static_cast<long>(out->maxLen), 0L);
+    status = ReadChunk(in, out, &time);
+  }
+  return FinishRead(status, time, out);
+}
+
+int AudioFeed::PullChunk(const STrackInput& in, SDelivery* out) {
   if (in.stream == -1) {
     out->len = 0;
     out->time = 0;
     AVI_LOGE("Error Case");
     return 0;
   }
-  uint32_t time = static_cast<uint32_t>(out->time);
-  const int status = mAudioRestart ? ReadFirst(in, out, &time) : ReadNext(in, out, &time);
-  return FinishRead(status, time, out);
-}
-
-int AudioFeed::ReadFirst(const STrackInput& in, SDelivery* out, uint32_t* time) {
-  char* const buf = reinterpret_cast<char*>(out->buf);
-  int status = in.file->GetFirstAudioData(in.stream, buf, out->maxLen, &out->len, time);
-  for (int i = 0; i < AVI_FIRST_RETRIES && !IsFatal(status) && out->len == 0; ++i) {
-    AVI_LOGW("[avi_parser_get_audio_data] initial Audio data length is zero [it is to escape error case]");
-    status = in.file->GetFirstAudioData(in.stream, buf, out->maxLen, &out->len, time);
-  }
-  if (!IsFatal(status)) mAudioRestart = false;
-  return status;
-}
-
-int AudioFeed::RetryNext(const STrackInput& in, SDelivery* out, uint32_t* time) {
-  int status = AVI_OK;
-  for (int i = 0; i < AVI_NEXT_RETRIES && !IsFatal(status) && out->len == 0 && *time != AVI_END_MARK; ++i) {
-    AVI_LOGW("[avi_parser_get_audio_data] Audio data length is zero max_buf_size:%ld, *pBufLen:%ld",
-             static_cast<long>(out->maxLen), 0L);
-    status = ReadChunk(in, out, time);
-  }
-  return status;
-}
-
-int AudioFeed::PullChunk(const STrackInput& in, SDelivery* out) {
   const int status = avi_parser_get_audio_data(in, out);
   if (status >= 0 && out->time != AVI_END_MARK) return 0;
   out->len = 0;
@@ -59,8 +57,8 @@ int AudioFeed::PullChunk(const STrackInput& in, SDelivery* out) {
   return AVI_END_OF_STREAM;
 }
 
-int AudioFeed::ReadIntoCarry(const STrackInput& in, CarryBuffer* buffer, size_t kept, const char* name,
-                             const char* endText, SDelivery* out) {
+int AudioFeed::ReadIntoCarry(const STrackInput& in, CarryBuffer* buffer, size_t kept, const SFeedTexts& texts,
+                             SDelivery* out) {
   unsigned char* const tail = buffer->Tail() + kept;
   const uint32_t space = static_cast<uint32_t>(buffer->space() - kept);
   SDelivery chunk{tail, std::min(out->maxLen, space), 0, out->time};
@@ -68,11 +66,11 @@ int AudioFeed::ReadIntoCarry(const STrackInput& in, CarryBuffer* buffer, size_t 
   out->time = chunk.time;
   out->len = 0;
   if (status < 0) {
-    AVI_LOGE("AVIParser::%s ERROR %d", name, status);
+    AVI_LOGE("AVIParser::%s ERROR %d", texts.name, status);
     return status;
   }
   if (chunk.time == AVI_END_MARK) {
-    AVI_LOGI("%s", endText);
+    AVI_LOGI("%s", texts.endText);
     return AVI_END_OF_STREAM;
   }
   buffer->MarkWritten(kept + chunk.len);

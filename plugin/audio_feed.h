@@ -4,6 +4,12 @@
 #include "plugin/carry_buffer.h"
 #include "plugin/delivery.h"
 
+/// The messages of an operation that reads chunks.
+struct SFeedTexts {
+  const char* name;     ///< of the operation, logged with a failed read
+  const char* endText;  ///< logged at the end
+};
+
 /// The chunks of the selected audio track, for the framers and for codecs that need none. Owns the restart flag; relies
 /// on the file's own cursor for everything else.
 class AudioFeed {
@@ -11,24 +17,24 @@ class AudioFeed {
   /// The next read is the first after open, a seek or a selection.
   void Restart() { mAudioRestart = true; }
 
-  /// Reads one chunk into `out`. The end has AVI_END_MARK as length and time. Without a track: length 0, time 0.
-  /// @return 0, also when nothing could be read for now, with length 0; a fatal status.
-  inline int avi_parser_get_audio_data(const STrackInput& in, SDelivery* out);
-  /// Delivers one chunk as it is. @return 0; AVI_END_OF_STREAM; a fatal status. The length is 0 unless it returns 0.
+  /// Delivers one chunk as it is. Without a track: length 0, time 0. @return 0, also when nothing could be read for now,
+  /// with length 0; AVI_END_OF_STREAM; a fatal status. The length is 0 unless it returns 0.
   int PullChunk(const STrackInput& in, SDelivery* out);
-  /// Reads one chunk behind what `buffer` holds and `kept` bytes more; the caller appends it. `out` gets its length and
-  /// time, while its memory stays untouched: at most `out->maxLen` bytes are read.
-  /// @return 0; AVI_END_OF_STREAM after logging `endText`; a fatal status after logging `name`. The length is 0 then.
-  int ReadIntoCarry(const STrackInput& in, CarryBuffer* buffer, size_t kept, const char* name, const char* endText,
-                    SDelivery* out);
+  /// Reads one chunk of a track behind what `buffer` holds and `kept` bytes more; the caller appends it. `out` gets its
+  /// length and time, while its memory stays untouched: at most `out->maxLen` bytes are read.
+  /// @return 0; AVI_END_OF_STREAM and a fatal status, which are logged. The length is 0 then.
+  int ReadIntoCarry(const STrackInput& in, CarryBuffer* buffer, size_t kept, const SFeedTexts& texts, SDelivery* out);
 
  private:
-  // They retry empty reads and return the file's own status; a fatal one leaves the restart flag.
-  // The inline ones are on the way of every unit, and defined in the body, which alone calls them.
-  int ReadFirst(const STrackInput& in, SDelivery* out, uint32_t* time);
-  static inline int ReadNext(const STrackInput& in, SDelivery* out, uint32_t* time);
+  /// Reads one chunk of a track into `out`. The end has AVI_END_MARK as length and time.
+  /// @return 0, also when nothing could be read for now, with length 0; a fatal status.
+  inline int avi_parser_get_audio_data(const STrackInput& in, SDelivery* out);
+  // The same for a read at a new place, after which a fatal status leaves the restart flag, and for one that came with
+  // `status` and `time` yet without a chunk. They retry empty reads.
+  int ReadFirst(const STrackInput& in, SDelivery* out);
+  static int RetryNext(const STrackInput& in, int status, uint32_t time, SDelivery* out);
+  // Defined in the body, which alone calls them.
   static inline int ReadChunk(const STrackInput& in, SDelivery* out, uint32_t* time);
-  static int RetryNext(const STrackInput& in, SDelivery* out, uint32_t* time);
 
   bool mAudioRestart = true;
 };

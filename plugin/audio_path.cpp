@@ -1,6 +1,8 @@
 #define LOG_TAG "aviparser"
 #include "plugin/audio_path.h"
 
+#include <cstring>
+
 #include "base/log.h"
 
 namespace {
@@ -8,12 +10,13 @@ namespace {
 /// Narrows 24-bit little-endian samples to 16 bits in place: each keeps its upper two bytes. What is missing of a last
 /// sample counts as 0. @return the new length, at most `room`.
 uint32_t NarrowTo16Bits(unsigned char* buf, size_t len, size_t room) {
-  size_t out = 0;
-  for (size_t in = 0; in < len && out + 2 <= room; in += 3) {
-    buf[out++] = in + 1 < len ? buf[in + 1] : uint8_t{0};
-    buf[out++] = in + 2 < len ? buf[in + 2] : uint8_t{0};
-  }
-  return static_cast<uint32_t>(out);
+  const size_t whole = len / 3;
+  for (size_t i = 0; i < whole; ++i) std::memmove(buf + 2 * i, buf + 3 * i + 1, 2);
+  const size_t out = 2 * whole, rest = len % 3;
+  if (rest == 0 || out + 2 > room) return static_cast<uint32_t>(out);
+  buf[out] = rest == 2 ? buf[len - 1] : uint8_t{0};
+  buf[out + 1] = 0;
+  return static_cast<uint32_t>(out + 2);
 }
 
 }  // namespace
@@ -47,8 +50,9 @@ int AudioPath::GetAudioData(const STrackInput& in, SDelivery* out) {
 
 template <typename Get>
 int AudioPath::GetFramed(SDelivery* out, const char* endText, Get get) {
-  int status = 0;
-  for (int i = 0; i < AVI_FRAMER_TRIES && status >= 0 && out->len == 0; ++i) status = get();
+  int status = get();
+  if (status == 0 && out->len != 0) return 0;
+  for (int i = 1; i < AVI_FRAMER_TRIES && status >= 0 && out->len == 0; ++i) status = get();
   if (status < 0) AVI_LOGI("%s", endText);
   return status;
 }

@@ -23,33 +23,42 @@ void MpegAudioFramer::Prepare(uint32_t layer, uint32_t sampleRate, uint32_t bitR
   Allocate();
 }
 
-const SMpegAudioHeader* MpegAudioFramer::AcceptedHeader(const STrackInput& in, const unsigned char* bytes) {
-  const uint32_t layer = MpegAudioLayer(bytes[1]);
-  // An index with foreign chunks makes false headers likely: then only the track's own layer counts.
-  const bool strict = in.file->HasJunkInIndex();
-  if (layer == 0 || (strict && layer != mMpegAudioMode)) return nullptr;
+inline const SMpegAudioHeader* MpegAudioFramer::AcceptedHeader(const STrackInput& in, const unsigned char* bytes) {
   const SMpegAudioHeader* header = mHeaders.Decode(LoadBe32(bytes));
   if (!header) return nullptr;
-  const uint32_t configured = in.track->audio.nSampleRate;
-  if (header->nSampleRate == configured) return header;
-  const char* const which = !strict ? "" : layer == 3 ? "Layer 3 " : "Layer 2 ";
-  if (!mLines.Take(ELine::kRejected)) return nullptr;
-  AVI_LOGE("[DetectedMp3StartCode] %sSampling rate is differ than configuration. default: %d detect : %d", which,
-           static_cast<int>(configured), static_cast<int>(header->nSampleRate));
+  // An index with foreign chunks makes false headers likely: then only the track's own layer counts.
+  const bool strict = in.file->HasJunkInIndex();
+  if (strict ? header->nLayer != mMpegAudioMode : header->nLayer == 1) return nullptr;
+  if (header->nSampleRate == in.track->audio.nSampleRate) return header;
+  LogRejected(in, *header, strict);
   return nullptr;
 }
 
+void MpegAudioFramer::LogRejected(const STrackInput& in, const SMpegAudioHeader& header, bool strict) {
+  const char* const which = !strict ? "" : header.nLayer == 3 ? "Layer 3 " : "Layer 2 ";
+  if (!mLines.Take(ELine::kRejected)) return;
+  AVI_LOGE("[DetectedMp3StartCode] %sSampling rate is differ than configuration. default: %d detect : %d", which,
+           static_cast<int>(in.track->audio.nSampleRate), static_cast<int>(header.nSampleRate));
+}
+
+inline bool MpegAudioFramer::Detect(const STrackInput& in, unsigned char* buf, uint32_t* len) {
+  // The last four bytes are never taken for a header.
+  const SMpegAudioHeader* const header = *len > 4 ? AcceptedHeader(in, buf) : nullptr;
+  if (!header) return DetectedMp3StartCode(in, buf, len);
+  mFrameSize = header->nFrameSize;
+  return true;
+}
+
 bool MpegAudioFramer::DetectedMp3StartCode(const STrackInput& in, unsigned char* buf, uint32_t* len) {
-  if (!buf || *len < 4) {
+  if (*len < 4) {
     if (mLines.Take(ELine::kUnavailable)) {
       AVI_LOGE("[DetectedMp3StartCode] unavailable value - [%lu]", static_cast<unsigned long>(*len));
     }
     return false;
   }
-  // The last four bytes are never taken for a header.
   const unsigned char* const end = buf + (*len - 4);
   const SMpegAudioHeader* header = nullptr;
-  unsigned char* at = buf;
+  unsigned char* at = buf + 1;
   for (; at < end; ++at) {
     if (*at != 0xFF) at = static_cast<unsigned char*>(std::memchr(at, 0xFF, static_cast<size_t>(end - at)));
     if (!at) break;
@@ -62,19 +71,17 @@ bool MpegAudioFramer::DetectedMp3StartCode(const STrackInput& in, unsigned char*
     if (mLines.Take(ELine::kNoStartCode)) AVI_LOGE("[DetectedMp3StartCode] Start code not found.");
     return false;
   }
-  if (at != buf) {
-    *len -= static_cast<uint32_t>(at - buf);
-    std::memmove(buf, at, *len);
-  }
+  *len -= static_cast<uint32_t>(at - buf);
+  std::memmove(buf, at, *len);
   mFrameSize = header->nFrameSize;
   return true;
 }
 
-bool MpegAudioFramer::GetMp3Data(const STrackInput& in, SDelivery* out) {
+inline bool MpegAudioFramer::Cut(const STrackInput& in, SDelivery* out) {
   out->len = 0;
   unsigned char* const buf = mBuffer.front();
   uint32_t held = static_cast<uint32_t>(mBuffer.size());
-  const bool found = DetectedMp3StartCode(in, buf, &held);
+  const bool found = Detect(in, buf, &held);
   mBuffer.keep_front(held);
   if (!found) return false;
   if (in.file->IsVBR(in.stream)) {
@@ -102,7 +109,7 @@ bool MpegAudioFramer::GetMp3Data(const STrackInput& in, SDelivery* out) {
   return true;
 }
 
-uint64_t MpegAudioFramer::BufferedTime(const STrackInput& in, bool cut, uint8_t nextByte1, uint64_t) const {
+inline uint64_t MpegAudioFramer::BufferedTime(const STrackInput& in, bool cut, uint8_t nextByte1, uint64_t) const {
   const uint32_t rate = in.track->audio.nSampleRate;
   if (rate == 0) return mTimestamp;
   // The second byte of a header tells MPEG-1 by bit 3.
@@ -110,4 +117,8 @@ uint64_t MpegAudioFramer::BufferedTime(const STrackInput& in, bool cut, uint8_t 
   const bool layer2 = (nextByte1 & 0x06) == 0x04;
   const bool half = cut && mMpegAudioMode == 3 && !layer2 && !mpeg1;
   return mTimestamp + MpegFrameSamples(half) * 1000 / rate;
+}
+
+int MpegAudioFramer::GetMpegAudioData(AudioFeed& feed, const STrackInput& in, SDelivery* out) {
+  return GetSyncFrame(feed, in, out);
 }

@@ -5,10 +5,8 @@
 #include "plugin/sync_framer.h"
 
 /// Frames of MPEG audio, Layers II and III. Owns the layer mode.
-class MpegAudioFramer final : public SyncFramer {
+class MpegAudioFramer final : public SyncFramer<MpegAudioFramer> {
  public:
-  MpegAudioFramer() : SyncFramer(kTexts, false) {}
-
   /// Gets ready for a track of `layer` 2 or 3, of which the file tells `sampleRate` Hz and `bitRate` bit/s.
   void Prepare(uint32_t layer, uint32_t sampleRate, uint32_t bitRate);
   /// Turns to another track, 0 when it is no MPEG audio; its headers will tell the frame size.
@@ -16,20 +14,24 @@ class MpegAudioFramer final : public SyncFramer {
     mMpegAudioMode = layer;
     mFrameSize = 0;
   }
-  int GetMpegAudioData(AudioFeed& feed, const STrackInput& in, SDelivery* out) { return GetSyncFrame(feed, in, out); }
+  /// As GetSyncFrame.
+  int GetMpegAudioData(AudioFeed& feed, const STrackInput& in, SDelivery* out);
 
  private:
-  static constexpr STexts kTexts{"GetMpegAudioData", "GetMpegAudioData mAudioEOS = OMX_TRUE "};
+  // What the framer needs of its format. Inline is what is on the way of every frame, in the body that alone calls it.
+  friend SyncFramer;
+  static constexpr const char* kName = "GetMpegAudioData";
+  static constexpr const char* kEndText = "GetMpegAudioData mAudioEOS = OMX_TRUE ";
+  static constexpr bool kReadsAheadWhenVbr = false;
+  inline bool Detect(const STrackInput& in, unsigned char* buf, uint32_t* len);
+  inline bool Cut(const STrackInput& in, SDelivery* out);
+  inline uint64_t BufferedTime(const STrackInput& in, bool cut, uint8_t nextByte1, uint64_t hostTime) const;
 
-  bool Detect(const STrackInput& in, unsigned char* buf, uint32_t* len) override {
-    return DetectedMp3StartCode(in, buf, len);
-  }
-  bool Cut(const STrackInput& in, SDelivery* out) override { return GetMp3Data(in, out); }
-  uint64_t BufferedTime(const STrackInput& in, bool cut, uint8_t nextByte1, uint64_t hostTime) const override;
-  bool DetectedMp3StartCode(const STrackInput& in, unsigned char* buf, uint32_t* len);
-  bool GetMp3Data(const STrackInput& in, SDelivery* out);
   /// What the header at `bytes` says; null when it is none of the track's.
-  const SMpegAudioHeader* AcceptedHeader(const STrackInput& in, const unsigned char* bytes);
+  inline const SMpegAudioHeader* AcceptedHeader(const STrackInput& in, const unsigned char* bytes);
+  void LogRejected(const STrackInput& in, const SMpegAudioHeader& header, bool strict);
+  /// Detect, for what does not begin with a header.
+  bool DetectedMp3StartCode(const STrackInput& in, unsigned char* buf, uint32_t* len);
 
   MpegHeaderDecoder mHeaders;
   uint32_t mMpegAudioMode = 0;  // layer of the track: 2, 3, or 0

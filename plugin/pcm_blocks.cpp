@@ -6,6 +6,9 @@
 
 namespace {
 
+constexpr SFeedTexts kFirstRead{"GetPCMData", "GetPCMData mAudioEOS"};
+constexpr SFeedTexts kReadOn{"GetPCMData", "mAudioEOS"};
+
 uint64_t DurationMs(const TrackInfo::Audio& format, uint32_t bytes) {
   // Three factors of 32, 16 and 16 bits, as the file's format holds them.
   const uint64_t byteRate = uint64_t{format.nSampleRate} * format.nChannels * format.nBitsPerSample >> 3;
@@ -16,14 +19,14 @@ uint64_t DurationMs(const TrackInfo::Audio& format, uint32_t bytes) {
 
 int PcmBlocks::GetPCMData(AudioFeed& feed, const STrackInput& in, SDelivery* out) {
   out->len = 0;
-  if (!mBuffer.IsAllocated()) return AVI_OUT_OF_MEMORY;
   if (mBuffer.size() > mBlockSize + 1) {
     DeliverBlock(out);
     out->time = mTimestamp += DurationMs(in.track->audio, out->len);
     return 0;
   }
+  if (!mBuffer.IsAllocated()) return AVI_OUT_OF_MEMORY;
 
-  int status = feed.ReadIntoCarry(in, &mBuffer, 0, "GetPCMData", "GetPCMData mAudioEOS", out);
+  int status = feed.ReadIntoCarry(in, &mBuffer, 0, kFirstRead, out);
   if (status != 0 || out->len == 0) return status;
   SetBlockSize(in.track->audio, out->len);
   mBuffer.Append(out->len);
@@ -34,7 +37,7 @@ int PcmBlocks::GetPCMData(AudioFeed& feed, const STrackInput& in, SDelivery* out
     mBuffer.keep_front(held - out->len);
   } else {
     if (held <= 2 * mBlockSize) {
-      status = feed.ReadIntoCarry(in, &mBuffer, 0, "GetPCMData", "mAudioEOS", out);
+      status = feed.ReadIntoCarry(in, &mBuffer, 0, kReadOn, out);
       if (status != 0 || out->len == 0) return status;
       mBuffer.Append(out->len);
     }

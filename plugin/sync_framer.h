@@ -1,6 +1,8 @@
 #ifndef ZU_PLUGIN_SYNC_FRAMER_H_
 #define ZU_PLUGIN_SYNC_FRAMER_H_
 
+#include <cstring>
+
 #include "base/limits.h"
 #include "base/log.h"
 #include "plugin/audio_feed.h"
@@ -8,6 +10,19 @@
 /// Delivers audio frame by frame, cut on sync words, for AVI chunks need not hold whole frames. Owns the bytes carried
 /// from call to call and what is known of the frames; the formats differ in search, cut and clock. Relies on being
 /// called with a track, whose stream does not change without Empty and Resync.
+///
+/// A Format derives from the framer of itself and has, which the framer calls:
+///   kName                 of the operation, in messages
+///   kEndText              logged when the first read of a call meets the end
+///   kReadsAheadWhenVbr    whether chunks are read until two frames are held, in a VBR stream too
+///   Detect(in, buf, len)  finds the first header in `*len` bytes and moves it to the front, shortening `*len`; sets the
+///                         frame size. False: none (`*len` 0, the bytes zeroed) or fewer than 4 bytes (left as they are)
+///   Cut(in, out)          takes the frame at the front out of the buffer and delivers its bytes. False with length 0:
+///                         none
+///   BufferedTime(in, cut, nextByte1, hostTime)
+///                         time of a frame taken without a read, from the cut's result, the second byte at the front
+///                         after it, and what the host's time cell held
+template <typename Format>
 class SyncFramer {
  public:
   /// Gets the memory that delivery needs; without it every delivery is AVI_OUT_OF_MEMORY.
@@ -22,28 +37,12 @@ class SyncFramer {
   void Empty() { mBuffer.clear(); }
 
  protected:
-  struct STexts {
-    const char* name;     // of the operation, in messages
-    const char* endText;  // logged when the first read of a call meets the end
-  };
-  SyncFramer(const STexts& texts, bool readsAheadWhenVbr) : mTexts(&texts), mReadsAheadWhenVbr(readsAheadWhenVbr) {}
+  SyncFramer() = default;
   ~SyncFramer() = default;  // never deleted through this class
 
   /// Delivers one frame with its time. @return 0, with length 0 when nothing could be read for now; AVI_END_OF_STREAM;
   /// a fatal status.
   int GetSyncFrame(AudioFeed& feed, const STrackInput& in, SDelivery* out);
-
-  /// Finds the first header in `*len` bytes and moves it to the front, shortening `*len`. Sets the frame size.
-  /// @return false: none (`*len` 0, the bytes zeroed) or fewer than 4 bytes (left as they are).
-  virtual bool Detect(const STrackInput& in, unsigned char* buf, uint32_t* len) = 0;
-  /// Takes the frame at the front out of the buffer and delivers its bytes. @return false with length 0: none.
-  virtual bool Cut(const STrackInput& in, SDelivery* out) = 0;
-  /// Time of a frame taken without a read, from the cut's result, the second byte at the front after it, and what the
-  /// host's time cell held.
-  virtual uint64_t BufferedTime(const STrackInput& in, bool cut, uint8_t nextByte1, uint64_t hostTime) const = 0;
-
-  /// Copies `size` bytes to `out`, what is not among the `held` ones as zeros, at most what fits.
-  static void CopyFrame(const unsigned char* frame, uint64_t held, uint64_t size, const char* name, SDelivery* out);
 
   // Of these a damaged track would give one or more per chunk.
   enum class ELine { kRejected, kUnavailable, kNoStartCode, kCount };
@@ -54,13 +53,104 @@ class SyncFramer {
   uint64_t mTimestamp = 0;  // milliseconds, of the last frame delivered
 
  private:
-  // 0: go on; 1: an empty read or a search without result ends the call; negative: an error or the end.
-  int FindSync(AudioFeed& feed, const STrackInput& in, SDelivery* out);
+  static constexpr SFeedTexts kFirstRead{Format::kName, Format::kEndText};
+  static constexpr SFeedTexts kSearch{Format::kName, "Error Case : mAudioEOS = OMX_TRUE "};
+  static constexpr SFeedTexts kReadOn{Format::kName, "mAudioEOS"};
 
-  const STexts* mTexts;
-  bool mReadsAheadWhenVbr;
+  Format& Self() { return static_cast<Format&>(*this); }
+  int DeliverBuffered(const STrackInput& in, SDelivery* out);
+  // 0: go on; 1: an empty read or a search without result ends the call; negative: an error or the end.
+  int SearchChunks(AudioFeed& feed, const STrackInput& in, SDelivery* out);
+  int CutAcrossChunks(AudioFeed& feed, const STrackInput& in, SDelivery* out);
+
   bool mResync = true;    // search for a header across chunks
   bool mFraming = false;  // chunks have been seen not to be frames
 };
+
+/// Delivers `size` bytes, what is not among the `held` ones at `frame` as zeros, at most what fits. `name` is logged.
+void CopyPartOfFrame(const unsigned char* frame, uint64_t held, uint64_t size, const char* name, SDelivery* out);
+
+inline void CopyFrame(const unsigned char* frame, uint64_t held, uint64_t size, const char* name, SDelivery* out) {
+  if (size > held || size > out->maxLen) return CopyPartOfFrame(frame, held, size, name, out);
+  std::memcpy(out->buf, frame, size);
+  out->len = static_cast<uint32_t>(size);
+}
+
+template <typename Format>
+int SyncFramer<Format>::GetSyncFrame(AudioFeed& feed, const STrackInput& in, SDelivery* out) {
+  out->len = 0;
+  if (mBuffer.size() > mFrameSize + 1) return DeliverBuffered(in, out);
+  if (!mBuffer.IsAllocated()) return AVI_OUT_OF_MEMORY;
+
+  // Wherever a read before the cut comes back empty the call ends as it stands: a source that would block must not hold
+  // the host in here, and nothing is learned about the chunks.
+  int status = feed.ReadIntoCarry(in, &mBuffer, 0, kFirstRead, out);
+  if (status != 0 || out->len == 0) return status;
+  if (mResync) {
+    status = SearchChunks(feed, in, out);
+    if (status != 0) return status < 0 ? status : 0;
+  } else {
+    Self().Detect(in, mBuffer.front(), &out->len);
+  }
+
+  // The search may have dropped bytes in front of the header: the length is what is left of the chunk.
+  mBuffer.Append(out->len);
+  const uint64_t held = mBuffer.size();
+  const bool oneFrame = held <= mFrameSize + 1 && mFrameSize <= held + 1;
+  if (!oneFrame || mFraming) return CutAcrossChunks(feed, in, out);
+  if (out->len) std::memcpy(out->buf, mBuffer.front(), out->len);
+  mBuffer.keep_front(held - out->len);
+  mTimestamp = out->time;
+  return 0;
+}
+
+template <typename Format>
+int SyncFramer<Format>::DeliverBuffered(const STrackInput& in, SDelivery* out) {
+  const unsigned char* const front = mBuffer.front();
+  const bool cut = Self().Cut(in, out);
+  // With less than two bytes left the old header still shows through.
+  const uint8_t nextByte1 = (mBuffer.size() >= 2 ? mBuffer.front() : front)[1];
+  out->time = mTimestamp = Self().BufferedTime(in, cut, nextByte1, out->time);
+  return 0;
+}
+
+template <typename Format>
+int SyncFramer<Format>::CutAcrossChunks(AudioFeed& feed, const STrackInput& in, SDelivery* out) {
+  mFraming = true;
+  // Decided once: a chunk read in here may turn the stream into a VBR one.
+  const bool readsAhead = Format::kReadsAheadWhenVbr || !in.file->IsVBR(in.stream);
+  while (readsAhead && mBuffer.size() <= 2 * mFrameSize) {
+    const int status = feed.ReadIntoCarry(in, &mBuffer, 0, kReadOn, out);
+    if (status != 0 || out->len == 0) return status;
+    mBuffer.Append(out->len);
+  }
+  if (!Self().Cut(in, out)) {
+    const int status = feed.ReadIntoCarry(in, &mBuffer, 0, kReadOn, out);
+    if (status != 0) return status;
+    mBuffer.Append(out->len);
+    Self().Cut(in, out);
+  }
+  mTimestamp = out->time;
+  return 0;
+}
+
+template <typename Format>
+int SyncFramer<Format>::SearchChunks(AudioFeed& feed, const STrackInput& in, SDelivery* out) {
+  uint64_t searched = 0;
+  uint32_t chunks = 0;
+  // The search looks at the front although the new chunk may lie behind a few bytes kept; those drop out of the count.
+  for (uint32_t read = out->len; !Self().Detect(in, mBuffer.front(), &out->len); read = out->len) {
+    searched += read;
+    if (searched > AVI_SYNC_SEARCH_BYTES || ++chunks >= AVI_SYNC_SEARCH_CHUNKS) {
+      out->len = 0;  // the next call searches on from the next chunk
+      return 1;
+    }
+    const int status = feed.ReadIntoCarry(in, &mBuffer, out->len, kSearch, out);
+    if (status != 0) return status;
+    if (out->len == 0) return 1;
+  }
+  mResync = false;
+  return 0;
+}
 
 #endif  // ZU_PLUGIN_SYNC_FRAMER_H_
