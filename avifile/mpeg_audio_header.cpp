@@ -57,13 +57,10 @@ bool DecodeMpegAudioHeader(uint32_t header, SMpegAudioHeader* out) {
 
 bool MpegHeaderDecoder::Remember(uint32_t kind) {
   SMpegAudioHeader padded;
-  if (!DecodeMpegAudioHeader(kind, &m_Header) || !DecodeMpegAudioHeader(kind | kPaddingBit, &padded)) {
-    m_nKind = kNone;
-    return false;
-  }
+  if (!DecodeMpegAudioHeader(kind | kPaddingBit, &padded) || !DecodeMpegAudioHeader(kind, &m_Header)) return false;
   m_nKind = kind;
-  m_nUnpadded = m_Header.nFrameSize;
-  m_nSlot = padded.nFrameSize - m_nUnpadded;
+  m_anFrameSize[0] = m_Header.nFrameSize;
+  m_anFrameSize[1] = padded.nFrameSize;
   return true;
 }
 

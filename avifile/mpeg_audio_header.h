@@ -43,19 +43,19 @@ class MpegHeaderDecoder {
   /// @return as DecodeMpegAudioHeader tells it, until the next call; null for a reserved value or free format.
   const SMpegAudioHeader* Decode(uint32_t header) {
     const uint32_t kind = header & kDecisiveBits;
-    if (kind != m_nKind && !Remember(kind)) return nullptr;
-    m_Header.nFrameSize = m_nUnpadded + (header & kPaddingBit ? m_nSlot : 0);
+    if (kind != m_nKind && (kind < kSync || !Remember(kind))) return nullptr;
+    m_Header.nFrameSize = m_anFrameSize[header & kPaddingBit ? 1 : 0];
     return &m_Header;
   }
 
  private:
   // Sync, version and layer; bit rate and sample rate; mode. The others say nothing of size or rate but the padding.
-  static constexpr uint32_t kDecisiveBits = 0xFFFEFCC0u, kPaddingBit = 0x200;
+  static constexpr uint32_t kDecisiveBits = 0xFFFEFCC0u, kPaddingBit = 0x200, kSync = 0xFFE00000u;
   bool Remember(uint32_t kind);
 
   static constexpr uint32_t kNone = 1;  // which no decisive bits give
   uint32_t m_nKind = kNone;
-  uint32_t m_nUnpadded = 0, m_nSlot = 0;  // bytes
+  uint32_t m_anFrameSize[2] = {};  // bytes, without padding and with
   SMpegAudioHeader m_Header;
 };
 

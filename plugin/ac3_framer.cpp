@@ -173,5 +173,7 @@ inline uint64_t Ac3Framer::BufferedTime(const STrackInput& in, bool cut, uint8_t
 }
 
 int Ac3Framer::GetAC3AudioData(AudioFeed& feed, const STrackInput& in, SDelivery* out) {
-  return GetSyncFrame(feed, in, out);
+  const int status = GetSyncFrame(feed, in, out);
+  if (status < 0) AVI_LOGI("GetAC3AudioData End or Error case");
+  return status;
 }

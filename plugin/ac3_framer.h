@@ -15,19 +15,20 @@ class Ac3Framer final : public SyncFramer<Ac3Framer> {
   static constexpr const char* kName = "GetAC3AudioData";
   static constexpr const char* kEndText = "GetAC3AudioData mAudioEOS = OMX_TRUE ";
   static constexpr bool kReadsAheadWhenVbr = true;
-  inline bool Detect(const STrackInput& in, unsigned char* buf, uint32_t* len);
-  inline bool Cut(const STrackInput& in, SDelivery* out);
+  [[gnu::always_inline]] inline bool Detect(const STrackInput& in, unsigned char* buf, uint32_t* len);
+  [[gnu::always_inline]] inline bool Cut(const STrackInput& in, SDelivery* out);
   inline uint64_t BufferedTime(const STrackInput& in, bool cut, uint8_t nextByte1, uint64_t hostTime) const;
 
   enum class ESync { kFound, kTooShort, kNone };
 
   /// Moves `*start` to the first acceptable sync word in [*start, end) of `buf`. kTooShort: fewer than 4 bytes are
   /// there; kNone: they were zeroed.
-  inline ESync FindSyncWord(const STrackInput& in, unsigned char* buf, uint32_t* start, uint32_t end);
+  [[gnu::always_inline]] inline ESync FindSyncWord(const STrackInput& in, unsigned char* buf, uint32_t* start,
+                                                   uint32_t end);
   /// The same for `held` bytes that begin with none at `front`. `*skipped` is counted up.
-  ESync SearchSyncWord(const STrackInput& in, unsigned char* front, uint32_t held, uint32_t* skipped);
-  /// Takes the frame size from the header at `sync`, of which `held` bytes are there, at least 5, in data that begins at
-  /// `front`.
+  [[gnu::cold]] ESync SearchSyncWord(const STrackInput& in, unsigned char* front, uint32_t held, uint32_t* skipped);
+  /// Takes the frame size from the header at `sync`, of which `held` bytes are there, at least 5, in data that begins
+  /// at `front`.
   inline bool TakeHeader(const STrackInput& in, const unsigned char* front, const unsigned char* sync, uint64_t held);
   /// Size of an E-AC-3 frame, and the bit rate for the time of the file's next read.
   void TakeEAC3Header(const STrackInput& in, const unsigned char* front, uint8_t rateCode, bool swapped);

@@ -17,8 +17,8 @@ class AudioFeed {
   /// The next read is the first after open, a seek or a selection.
   void Restart() { mAudioRestart = true; }
 
-  /// Delivers one chunk as it is. Without a track: length 0, time 0. @return 0, also when nothing could be read for now,
-  /// with length 0; AVI_END_OF_STREAM; a fatal status. The length is 0 unless it returns 0.
+  /// Delivers one chunk as it is. Without a track: length 0, time 0. @return 0, also when nothing could be read for
+  /// now, with length 0; AVI_END_OF_STREAM; a fatal status. The length is 0 unless it returns 0.
   int PullChunk(const STrackInput& in, SDelivery* out);
   /// Reads one chunk of a track behind what `buffer` holds and `kept` bytes more; the caller appends it. `out` gets its
   /// length and time, while its memory stays untouched: at most `out->maxLen` bytes are read.
@@ -31,8 +31,8 @@ class AudioFeed {
   inline int avi_parser_get_audio_data(const STrackInput& in, SDelivery* out);
   // The same for a read at a new place, after which a fatal status leaves the restart flag, and for one that came with
   // `status` and `time` yet without a chunk. They retry empty reads.
-  int ReadFirst(const STrackInput& in, SDelivery* out);
-  static int RetryNext(const STrackInput& in, int status, uint32_t time, SDelivery* out);
+  [[gnu::cold]] int ReadFirst(const STrackInput& in, SDelivery* out);
+  [[gnu::cold]] static int RetryNext(const STrackInput& in, int status, uint32_t time, SDelivery* out);
   // Defined in the body, which alone calls them.
   static inline int ReadChunk(const STrackInput& in, SDelivery* out, uint32_t* time);
 

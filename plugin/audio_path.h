@@ -29,9 +29,6 @@ class AudioPath {
   void Clear();
 
  private:
-  template <typename Get>
-  int GetFramed(SDelivery* out, const char* endText, Get get);
-
   AudioFeed mFeed;
   MpegAudioFramer mMpegAudio;
   Ac3Framer mAc3;

@@ -33,8 +33,8 @@ class CarryBuffer {
     m_nHead = 0;
     return m_pBlock + m_nSize;
   }
-  /// Tells that `count` bytes were put at Tail(); they are not held yet.
-  void MarkWritten(size_t count) { m_nWritten = std::max(m_nWritten, m_nSize + std::min(count, space())); }
+  /// Tells that `count` bytes, at most space(), were put at Tail(); they are not held yet.
+  void MarkWritten(size_t count) { m_nWritten = std::max(m_nWritten, m_nSize + count); }
   /// Holds `count` of the bytes at Tail().
   void Append(size_t count) { m_nSize += std::min(count, space()); }
   void drop_front(size_t count) {

@@ -120,5 +120,7 @@ inline uint64_t MpegAudioFramer::BufferedTime(const STrackInput& in, bool cut, u
 }
 
 int MpegAudioFramer::GetMpegAudioData(AudioFeed& feed, const STrackInput& in, SDelivery* out) {
-  return GetSyncFrame(feed, in, out);
+  const int status = GetSyncFrame(feed, in, out);
+  if (status < 0) AVI_LOGI("GetMpegAudioData End or Error case");
+  return status;
 }

@@ -23,15 +23,15 @@ class MpegAudioFramer final : public SyncFramer<MpegAudioFramer> {
   static constexpr const char* kName = "GetMpegAudioData";
   static constexpr const char* kEndText = "GetMpegAudioData mAudioEOS = OMX_TRUE ";
   static constexpr bool kReadsAheadWhenVbr = false;
-  inline bool Detect(const STrackInput& in, unsigned char* buf, uint32_t* len);
-  inline bool Cut(const STrackInput& in, SDelivery* out);
+  [[gnu::always_inline]] inline bool Detect(const STrackInput& in, unsigned char* buf, uint32_t* len);
+  [[gnu::always_inline]] inline bool Cut(const STrackInput& in, SDelivery* out);
   inline uint64_t BufferedTime(const STrackInput& in, bool cut, uint8_t nextByte1, uint64_t hostTime) const;
 
   /// What the header at `bytes` says; null when it is none of the track's.
   inline const SMpegAudioHeader* AcceptedHeader(const STrackInput& in, const unsigned char* bytes);
-  void LogRejected(const STrackInput& in, const SMpegAudioHeader& header, bool strict);
+  [[gnu::cold]] void LogRejected(const STrackInput& in, const SMpegAudioHeader& header, bool strict);
   /// Detect, for what does not begin with a header.
-  bool DetectedMp3StartCode(const STrackInput& in, unsigned char* buf, uint32_t* len);
+  [[gnu::cold]] bool DetectedMp3StartCode(const STrackInput& in, unsigned char* buf, uint32_t* len);
 
   MpegHeaderDecoder mHeaders;
   uint32_t mMpegAudioMode = 0;  // layer of the track: 2, 3, or 0

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/log.h"
+
 namespace {
 
 constexpr SFeedTexts kFirstRead{"GetPCMData", "GetPCMData mAudioEOS"};
@@ -15,9 +17,31 @@ uint64_t DurationMs(const TrackInfo::Audio& format, uint32_t bytes) {
   return byteRate ? bytes * uint64_t{1000} / byteRate : 0;
 }
 
+/// Narrows 24-bit little-endian samples to 16 bits in place: each keeps its upper two bytes. What is missing of a last
+/// sample counts as 0. @return the new length, at most `room`.
+uint32_t NarrowTo16Bits(unsigned char* buf, size_t len, size_t room) {
+  const size_t whole = len / 3;
+  for (size_t i = 0; i < whole; ++i) std::memmove(buf + 2 * i, buf + 3 * i + 1, 2);
+  const size_t out = 2 * whole, rest = len % 3;
+  if (rest == 0 || out + 2 > room) return static_cast<uint32_t>(out);
+  buf[out] = rest == 2 ? buf[len - 1] : uint8_t{0};
+  buf[out + 1] = 0;
+  return static_cast<uint32_t>(out + 2);
+}
+
 }  // namespace
 
 int PcmBlocks::GetPCMData(AudioFeed& feed, const STrackInput& in, SDelivery* out) {
+  const int status = GetBlock(feed, in, out);
+  if (status < 0) {
+    AVI_LOGI("GetPCMData End or Error case");
+  } else if (in.track->audio.nBitsPerSample == 24 && in.Codec() == AVI_CODEC_PCM) {
+    out->len = NarrowTo16Bits(out->buf, out->len, out->maxLen);
+  }
+  return status;
+}
+
+inline int PcmBlocks::GetBlock(AudioFeed& feed, const STrackInput& in, SDelivery* out) {
   out->len = 0;
   if (mBuffer.size() > mBlockSize + 1) {
     DeliverBlock(out);

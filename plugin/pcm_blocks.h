@@ -17,11 +17,13 @@ class PcmBlocks {
   /// Drops the bytes held.
   void Empty() { mBuffer.clear(); }
 
-  /// Delivers one block with its time. @return 0, with length 0 when nothing could be read for now; AVI_END_OF_STREAM,
-  /// even while bytes that end no block are held: the next call delivers them; a fatal status.
+  /// Delivers one block with its time; samples of 24 bits become 16. @return 0, with length 0 when nothing could be
+  /// read for now; AVI_END_OF_STREAM, even while bytes that end no block are held: the next call delivers them; a fatal
+  /// status.
   int GetPCMData(AudioFeed& feed, const STrackInput& in, SDelivery* out);
 
  private:
+  inline int GetBlock(AudioFeed& feed, const STrackInput& in, SDelivery* out);
   void SetBlockSize(const TrackInfo::Audio& format, uint32_t chunkSize);
   void DeliverBlock(SDelivery* out);
 

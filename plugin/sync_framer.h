@@ -15,8 +15,10 @@
 ///   kName                 of the operation, in messages
 ///   kEndText              logged when the first read of a call meets the end
 ///   kReadsAheadWhenVbr    whether chunks are read until two frames are held, in a VBR stream too
-///   Detect(in, buf, len)  finds the first header in `*len` bytes and moves it to the front, shortening `*len`; sets the
-///                         frame size. False: none (`*len` 0, the bytes zeroed) or fewer than 4 bytes (left as they are)
+///   Detect(in, buf, len)  finds the first header in `*len` bytes and moves it to the front, shortening `*len`; sets
+///   the
+///                         frame size. False: none (`*len` 0, the bytes zeroed) or fewer than 4 bytes (left as they
+///                         are)
 ///   Cut(in, out)          takes the frame at the front out of the buffer and delivers its bytes. False with length 0:
 ///                         none
 ///   BufferedTime(in, cut, nextByte1, hostTime)
@@ -31,8 +33,6 @@ class SyncFramer {
   void Free() { mBuffer.Free(); }
   /// Searches for a header across chunks from the next read on.
   void Resync() { mResync = true; }
-  /// The messages about headers that one call of the host may cost are counted from here.
-  void BeginDelivery() { mLines = {}; }
   /// Drops the bytes held.
   void Empty() { mBuffer.clear(); }
 
@@ -40,11 +40,11 @@ class SyncFramer {
   SyncFramer() = default;
   ~SyncFramer() = default;  // never deleted through this class
 
-  /// Delivers one frame with its time. @return 0, with length 0 when nothing could be read for now; AVI_END_OF_STREAM;
-  /// a fatal status.
+  /// Delivers one frame with its time, for one call of the host. @return 0, with length 0 when nothing could be read
+  /// for now or no frame was found; AVI_END_OF_STREAM; a fatal status.
   int GetSyncFrame(AudioFeed& feed, const STrackInput& in, SDelivery* out);
 
-  // Of these a damaged track would give one or more per chunk.
+  // Of these a damaged track would give one or more per chunk. They are counted for each call of the host.
   enum class ELine { kRejected, kUnavailable, kNoStartCode, kCount };
   LineLimits<ELine, AVI_LINES_PER_DELIVERY> mLines;
 
@@ -58,17 +58,21 @@ class SyncFramer {
   static constexpr SFeedTexts kReadOn{Format::kName, "mAudioEOS"};
 
   Format& Self() { return static_cast<Format&>(*this); }
+  // Each tries to deliver a frame; what they return is as GetSyncFrame has it.
+  int TryFrame(AudioFeed& feed, const STrackInput& in, SDelivery* out);
   int DeliverBuffered(const STrackInput& in, SDelivery* out);
-  // 0: go on; 1: an empty read or a search without result ends the call; negative: an error or the end.
-  int SearchChunks(AudioFeed& feed, const STrackInput& in, SDelivery* out);
   int CutAcrossChunks(AudioFeed& feed, const STrackInput& in, SDelivery* out);
+  [[gnu::cold]] int CutFromNextChunk(AudioFeed& feed, const STrackInput& in, SDelivery* out);
+  // 0: go on; 1: an empty read or a search without result ends the call; negative: an error or the end.
+  [[gnu::cold]] int SearchChunks(AudioFeed& feed, const STrackInput& in, SDelivery* out);
 
   bool mResync = true;    // search for a header across chunks
   bool mFraming = false;  // chunks have been seen not to be frames
 };
 
 /// Delivers `size` bytes, what is not among the `held` ones at `frame` as zeros, at most what fits. `name` is logged.
-void CopyPartOfFrame(const unsigned char* frame, uint64_t held, uint64_t size, const char* name, SDelivery* out);
+[[gnu::cold]] void CopyPartOfFrame(const unsigned char* frame, uint64_t held, uint64_t size, const char* name,
+                                   SDelivery* out);
 
 inline void CopyFrame(const unsigned char* frame, uint64_t held, uint64_t size, const char* name, SDelivery* out) {
   if (size > held || size > out->maxLen) return CopyPartOfFrame(frame, held, size, name, out);
@@ -78,6 +82,17 @@ inline void CopyFrame(const unsigned char* frame, uint64_t held, uint64_t size, 
 
 template <typename Format>
 int SyncFramer<Format>::GetSyncFrame(AudioFeed& feed, const STrackInput& in, SDelivery* out) {
+  mLines = {};
+  int status = 0;
+  int tries = 0;
+  do {
+    status = TryFrame(feed, in, out);
+  } while (out->len == 0 && status >= 0 && ++tries < AVI_FRAMER_TRIES);
+  return status;
+}
+
+template <typename Format>
+int SyncFramer<Format>::TryFrame(AudioFeed& feed, const STrackInput& in, SDelivery* out) {
   out->len = 0;
   if (mBuffer.size() > mFrameSize + 1) return DeliverBuffered(in, out);
   if (!mBuffer.IsAllocated()) return AVI_OUT_OF_MEMORY;
@@ -124,12 +139,17 @@ int SyncFramer<Format>::CutAcrossChunks(AudioFeed& feed, const STrackInput& in, 
     if (status != 0 || out->len == 0) return status;
     mBuffer.Append(out->len);
   }
-  if (!Self().Cut(in, out)) {
-    const int status = feed.ReadIntoCarry(in, &mBuffer, 0, kReadOn, out);
-    if (status != 0) return status;
-    mBuffer.Append(out->len);
-    Self().Cut(in, out);
-  }
+  if (!Self().Cut(in, out)) return CutFromNextChunk(feed, in, out);
+  mTimestamp = out->time;
+  return 0;
+}
+
+template <typename Format>
+int SyncFramer<Format>::CutFromNextChunk(AudioFeed& feed, const STrackInput& in, SDelivery* out) {
+  const int status = feed.ReadIntoCarry(in, &mBuffer, 0, kReadOn, out);
+  if (status != 0) return status;
+  mBuffer.Append(out->len);
+  Self().Cut(in, out);
   mTimestamp = out->time;
   return 0;
 }
