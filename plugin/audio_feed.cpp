@@ -5,36 +5,34 @@
 
 #include "base/log.h"
 
-inline int AudioFeed::ReadChunk(const STrackInput& in, SDelivery* out, uint32_t* time) {
-  return in.file->GetNextAudioData(in.stream, reinterpret_cast<char*>(out->buf), out->maxLen, &out->len, time);
-}
-
-inline int AudioFeed::avi_parser_get_audio_data(const STrackInput& in, SDelivery* out) {
-  if (mAudioRestart) return ReadFirst(in, out);
+inline int AudioFeed::avi_parser_get_audio_data(const STrackInput& in, unsigned char* buf, uint32_t room,
+                                                SDelivery* out) {
+  if (mAudioRestart) return ReadFirst(in, buf, room, out);
   uint32_t time = static_cast<uint32_t>(out->time);
-  const int status = ReadChunk(in, out, &time);
-  if (status != AVI_OK || out->len == 0) return RetryNext(in, status, time, out);
+  const int status = in.file->GetNextAudioData(in.stream, reinterpret_cast<char*>(buf), room, &out->len, &time);
+  if (status != AVI_OK || out->len == 0) return RetryNext(in, status, time, buf, room, out);
   out->time = time;
   return 0;
 }
 
-int AudioFeed::ReadFirst(const STrackInput& in, SDelivery* out) {
-  char* const buf = reinterpret_cast<char*>(out->buf);
+int AudioFeed::ReadFirst(const STrackInput& in, unsigned char* buf, uint32_t room, SDelivery* out) {
+  char* const chunk = reinterpret_cast<char*>(buf);
   uint32_t time = static_cast<uint32_t>(out->time);
-  int status = in.file->GetFirstAudioData(in.stream, buf, out->maxLen, &out->len, &time);
+  int status = in.file->GetFirstAudioData(in.stream, chunk, room, &out->len, &time);
   for (int i = 0; i < AVI_FIRST_RETRIES && !IsFatal(status) && out->len == 0; ++i) {
     AVI_LOGW("[avi_parser_get_audio_data] initial Audio data length is zero [it is to escape error case]");
-    status = in.file->GetFirstAudioData(in.stream, buf, out->maxLen, &out->len, &time);
+    status = in.file->GetFirstAudioData(in.stream, chunk, room, &out->len, &time);
   }
   if (!IsFatal(status)) mAudioRestart = false;
   return FinishRead(status, time, out);
 }
 
-int AudioFeed::RetryNext(const STrackInput& in, int status, uint32_t time, SDelivery* out) {
+int AudioFeed::RetryNext(const STrackInput& in, int status, uint32_t time, unsigned char* buf, uint32_t room,
+                         SDelivery* out) {
   for (int i = 0; i < AVI_NEXT_RETRIES && !IsFatal(status) && out->len == 0 && time != AVI_END_MARK; ++i) {
     AVI_LOGW("[avi_parser_get_audio_data] Audio data length is zero max_buf_size:%ld, *pBufLen:%ld",
-             static_cast<long>(out->maxLen), 0L);
-    status = ReadChunk(in, out, &time);
+             static_cast<long>(room), 0L);
+    status = in.file->GetNextAudioData(in.stream, reinterpret_cast<char*>(buf), room, &out->len, &time);
   }
   return FinishRead(status, time, out);
 }
@@ -46,7 +44,7 @@ int AudioFeed::PullChunk(const STrackInput& in, SDelivery* out) {
     AVI_LOGE("Error Case");
     return 0;
   }
-  const int status = avi_parser_get_audio_data(in, out);
+  const int status = avi_parser_get_audio_data(in, out->buf, out->maxLen, out);
   if (status >= 0 && out->time != AVI_END_MARK) return 0;
   out->len = 0;
   if (status < 0) {
@@ -61,19 +59,18 @@ int AudioFeed::ReadIntoCarry(const STrackInput& in, CarryBuffer* buffer, size_t 
                              SDelivery* out) {
   unsigned char* const tail = buffer->Tail() + kept;
   const uint32_t space = static_cast<uint32_t>(buffer->space() - kept);
-  SDelivery chunk{tail, std::min(out->maxLen, space), 0, out->time};
-  const int status = avi_parser_get_audio_data(in, &chunk);
-  out->time = chunk.time;
+  const int status = avi_parser_get_audio_data(in, tail, std::min(out->maxLen, space), out);
+  if (status < 0 || out->time == AVI_END_MARK) return EndRead(status, texts, out);
+  buffer->MarkWritten(kept + out->len);
+  return 0;
+}
+
+int AudioFeed::EndRead(int status, const SFeedTexts& texts, SDelivery* out) {
   out->len = 0;
   if (status < 0) {
     AVI_LOGE("AVIParser::%s ERROR %d", texts.name, status);
     return status;
   }
-  if (chunk.time == AVI_END_MARK) {
-    AVI_LOGI("%s", texts.endText);
-    return AVI_END_OF_STREAM;
-  }
-  buffer->MarkWritten(kept + chunk.len);
-  out->len = chunk.len;
-  return 0;
+  AVI_LOGI("%s", texts.endText);
+  return AVI_END_OF_STREAM;
 }

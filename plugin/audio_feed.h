@@ -26,15 +26,16 @@ class AudioFeed {
   int ReadIntoCarry(const STrackInput& in, CarryBuffer* buffer, size_t kept, const SFeedTexts& texts, SDelivery* out);
 
  private:
-  /// Reads one chunk of a track into `out`. The end has AVI_END_MARK as length and time.
-  /// @return 0, also when nothing could be read for now, with length 0; a fatal status.
-  inline int avi_parser_get_audio_data(const STrackInput& in, SDelivery* out);
-  // The same for a read at a new place, after which a fatal status leaves the restart flag, and for one that came with
-  // `status` and `time` yet without a chunk. They retry empty reads.
-  [[gnu::cold]] int ReadFirst(const STrackInput& in, SDelivery* out);
-  [[gnu::cold]] static int RetryNext(const STrackInput& in, int status, uint32_t time, SDelivery* out);
-  // Defined in the body, which alone calls them.
-  static inline int ReadChunk(const STrackInput& in, SDelivery* out, uint32_t* time);
+  // Each reads one chunk of a track into `room` bytes at `buf`; `out` gets its length and time alone. The end has
+  // AVI_END_MARK as both. They return 0, also when nothing could be read for now, with length 0; a fatal status.
+  inline int avi_parser_get_audio_data(const STrackInput& in, unsigned char* buf, uint32_t room, SDelivery* out);
+  /// Retries empty reads; a fatal status leaves the restart flag.
+  [[gnu::cold]] int ReadFirst(const STrackInput& in, unsigned char* buf, uint32_t room, SDelivery* out);
+  /// The same behind a read that came with `status` and `time` yet without a chunk.
+  [[gnu::cold]] static int RetryNext(const STrackInput& in, int status, uint32_t time, unsigned char* buf,
+                                     uint32_t room, SDelivery* out);
+  /// The result of a read that ended the track or failed.
+  [[gnu::cold]] static int EndRead(int status, const SFeedTexts& texts, SDelivery* out);
 
   bool mAudioRestart = true;
 };

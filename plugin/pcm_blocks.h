@@ -23,7 +23,7 @@ class PcmBlocks {
   int GetPCMData(AudioFeed& feed, const STrackInput& in, SDelivery* out);
 
  private:
-  inline int GetBlock(AudioFeed& feed, const STrackInput& in, SDelivery* out);
+  [[gnu::always_inline]] inline int GetBlock(AudioFeed& feed, const STrackInput& in, SDelivery* out);
   void SetBlockSize(const TrackInfo::Audio& format, uint32_t chunkSize);
   void DeliverBlock(SDelivery* out);
 

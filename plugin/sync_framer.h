@@ -59,9 +59,9 @@ class SyncFramer {
 
   Format& Self() { return static_cast<Format&>(*this); }
   // Each tries to deliver a frame; what they return is as GetSyncFrame has it.
-  int TryFrame(AudioFeed& feed, const STrackInput& in, SDelivery* out);
-  int DeliverBuffered(const STrackInput& in, SDelivery* out);
-  int CutAcrossChunks(AudioFeed& feed, const STrackInput& in, SDelivery* out);
+  [[gnu::always_inline]] inline int TryFrame(AudioFeed& feed, const STrackInput& in, SDelivery* out);
+  [[gnu::always_inline]] inline int DeliverBuffered(const STrackInput& in, SDelivery* out);
+  [[gnu::always_inline]] inline int CutAcrossChunks(AudioFeed& feed, const STrackInput& in, SDelivery* out);
   [[gnu::cold]] int CutFromNextChunk(AudioFeed& feed, const STrackInput& in, SDelivery* out);
   // 0: go on; 1: an empty read or a search without result ends the call; negative: an error or the end.
   [[gnu::cold]] int SearchChunks(AudioFeed& feed, const STrackInput& in, SDelivery* out);
