@@ -10,7 +10,7 @@ class Ac3Framer final : public SyncFramer<Ac3Framer> {
   int GetAC3AudioData(AudioFeed& feed, const STrackInput& in, SDelivery* out);
 
  private:
-  // What the framer needs of its format. Inline is what is on the way of every frame, in the body that alone calls it.
+  // What the framer needs of its format, defined in the body that alone calls it; inline as in the framer.
   friend SyncFramer;
   static constexpr const char* kName = "GetAC3AudioData";
   static constexpr const char* kEndText = "GetAC3AudioData mAudioEOS = OMX_TRUE ";
@@ -26,7 +26,7 @@ class Ac3Framer final : public SyncFramer<Ac3Framer> {
   [[gnu::always_inline]] inline ESync FindSyncWord(const STrackInput& in, unsigned char* buf, uint32_t* start,
                                                    uint32_t end);
   /// The same for `held` bytes that begin with none at `front`. `*skipped` is counted up.
-  [[gnu::cold]] ESync SearchSyncWord(const STrackInput& in, unsigned char* front, uint32_t held, uint32_t* skipped);
+  ESync SearchSyncWord(const STrackInput& in, unsigned char* front, uint32_t held, uint32_t* skipped);
   /// Takes the frame size from the header at `sync`, of which `held` bytes are there, at least 5, in data that begins
   /// at `front`.
   inline bool TakeHeader(const STrackInput& in, const unsigned char* front, const unsigned char* sync, uint64_t held);

@@ -1,19 +1,7 @@
 #define LOG_TAG "aviparser"
 #include "plugin/audio_feed.h"
 
-#include <algorithm>
-
 #include "base/log.h"
-
-inline int AudioFeed::avi_parser_get_audio_data(const STrackInput& in, unsigned char* buf, uint32_t room,
-                                                SDelivery* out) {
-  if (mAudioRestart) return ReadFirst(in, buf, room, out);
-  uint32_t time = static_cast<uint32_t>(out->time);
-  const int status = in.file->GetNextAudioData(in.stream, reinterpret_cast<char*>(buf), room, &out->len, &time);
-  if (status != AVI_OK || out->len == 0) return RetryNext(in, status, time, buf, room, out);
-  out->time = time;
-  return 0;
-}
 
 int AudioFeed::ReadFirst(const STrackInput& in, unsigned char* buf, uint32_t room, SDelivery* out) {
   char* const chunk = reinterpret_cast<char*>(buf);
@@ -53,16 +41,6 @@ int AudioFeed::PullChunk(const STrackInput& in, SDelivery* out) {
   }
   AVI_LOGI("[GetAudioData] mAudioEOS = OMX_TRUE ");
   return AVI_END_OF_STREAM;
-}
-
-int AudioFeed::ReadIntoCarry(const STrackInput& in, CarryBuffer* buffer, size_t kept, const SFeedTexts& texts,
-                             SDelivery* out) {
-  unsigned char* const tail = buffer->Tail() + kept;
-  const uint32_t space = static_cast<uint32_t>(buffer->space() - kept);
-  const int status = avi_parser_get_audio_data(in, tail, std::min(out->maxLen, space), out);
-  if (status < 0 || out->time == AVI_END_MARK) return EndRead(status, texts, out);
-  buffer->MarkWritten(kept + out->len);
-  return 0;
 }
 
 int AudioFeed::EndRead(int status, const SFeedTexts& texts, SDelivery* out) {

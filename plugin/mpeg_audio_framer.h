@@ -18,7 +18,7 @@ class MpegAudioFramer final : public SyncFramer<MpegAudioFramer> {
   int GetMpegAudioData(AudioFeed& feed, const STrackInput& in, SDelivery* out);
 
  private:
-  // What the framer needs of its format. Inline is what is on the way of every frame, in the body that alone calls it.
+  // What the framer needs of its format, defined in the body that alone calls it; inline as in the framer.
   friend SyncFramer;
   static constexpr const char* kName = "GetMpegAudioData";
   static constexpr const char* kEndText = "GetMpegAudioData mAudioEOS = OMX_TRUE ";
@@ -31,7 +31,7 @@ class MpegAudioFramer final : public SyncFramer<MpegAudioFramer> {
   inline const SMpegAudioHeader* AcceptedHeader(const STrackInput& in, const unsigned char* bytes);
   [[gnu::cold]] void LogRejected(const STrackInput& in, const SMpegAudioHeader& header, bool strict);
   /// Detect, for what does not begin with a header.
-  [[gnu::cold]] bool DetectedMp3StartCode(const STrackInput& in, unsigned char* buf, uint32_t* len);
+  bool DetectedMp3StartCode(const STrackInput& in, unsigned char* buf, uint32_t* len);
 
   MpegHeaderDecoder mHeaders;
   uint32_t mMpegAudioMode = 0;  // layer of the track: 2, 3, or 0

@@ -42,7 +42,7 @@ class SyncFramer {
 
   /// Delivers one frame with its time, for one call of the host. @return 0, with length 0 when nothing could be read
   /// for now or no frame was found; AVI_END_OF_STREAM; a fatal status.
-  int GetSyncFrame(AudioFeed& feed, const STrackInput& in, SDelivery* out);
+  [[gnu::always_inline]] inline int GetSyncFrame(AudioFeed& feed, const STrackInput& in, SDelivery* out);
 
   // Of these a damaged track would give one or more per chunk. They are counted for each call of the host.
   enum class ELine { kRejected, kUnavailable, kNoStartCode, kCount };
@@ -58,13 +58,14 @@ class SyncFramer {
   static constexpr SFeedTexts kReadOn{Format::kName, "mAudioEOS"};
 
   Format& Self() { return static_cast<Format&>(*this); }
-  // Each tries to deliver a frame; what they return is as GetSyncFrame has it.
+  // Each tries to deliver a frame; what they return is as GetSyncFrame has it. Inline is what is on the way of every
+  // frame: the calls and saved registers would cost a fifth of it.
   [[gnu::always_inline]] inline int TryFrame(AudioFeed& feed, const STrackInput& in, SDelivery* out);
   [[gnu::always_inline]] inline int DeliverBuffered(const STrackInput& in, SDelivery* out);
   [[gnu::always_inline]] inline int CutAcrossChunks(AudioFeed& feed, const STrackInput& in, SDelivery* out);
   [[gnu::cold]] int CutFromNextChunk(AudioFeed& feed, const STrackInput& in, SDelivery* out);
   // 0: go on; 1: an empty read or a search without result ends the call; negative: an error or the end.
-  [[gnu::cold]] int SearchChunks(AudioFeed& feed, const STrackInput& in, SDelivery* out);
+  int SearchChunks(AudioFeed& feed, const STrackInput& in, SDelivery* out);
 
   bool mResync = true;    // search for a header across chunks
   bool mFraming = false;  // chunks have been seen not to be frames
