@@ -24,8 +24,8 @@ class AudioFeed {
   int PullChunk(const STrackInput& in, SDelivery* out);
   /// Reads one chunk of a track behind what `buffer` holds and `kept` bytes more; the caller appends it. `out` gets its
   /// length and time, while its memory stays untouched: at most `out->maxLen` bytes are read.
-  /// @return 0; AVI_END_OF_STREAM and a fatal status, which are logged. The length is 0 then. Inline, for a call and
-  /// its saved registers would cost half of it again.
+  /// @return 0; AVI_END_OF_STREAM and a fatal status, which are logged. The length is 0 then.
+  // Inline, for a call that saves registers would cost as much again.
   [[gnu::always_inline]] inline int ReadIntoCarry(const STrackInput& in, CarryBuffer* buffer, size_t kept,
                                                   const SFeedTexts& texts, SDelivery* out);
 

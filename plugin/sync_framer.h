@@ -59,7 +59,7 @@ class SyncFramer {
 
   Format& Self() { return static_cast<Format&>(*this); }
   // Each tries to deliver a frame; what they return is as GetSyncFrame has it. Inline is what is on the way of every
-  // frame: the calls and saved registers would cost a fifth of it.
+  // frame, for calls that save registers would be a good part of its cost.
   [[gnu::always_inline]] inline int TryFrame(AudioFeed& feed, const STrackInput& in, SDelivery* out);
   [[gnu::always_inline]] inline int DeliverBuffered(const STrackInput& in, SDelivery* out);
   [[gnu::always_inline]] inline int CutAcrossChunks(AudioFeed& feed, const STrackInput& in, SDelivery* out);
