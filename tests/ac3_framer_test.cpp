@@ -79,6 +79,23 @@ TEST(Ac3Framer, AnEac3FramesSizeIsReadAtTheFrontAndItsBitRateServesOneRead) {
             (Units{{f[0], 0}, {f[1], 96}, {f[2], 128}}));
 }
 
+TEST(Ac3Framer, AnEac3FramesSizeInBytesIsLookedUpAmongTheWordsOfEvenSizeCodes) {
+  const struct {
+    size_t size;
+    uint8_t rateByte;
+    uint32_t secondMs;  // by the bit rate found, otherwise by the format's 24 bytes a millisecond
+  } kRows[] = {{.size = 64, .rateByte = 0x00, .secondMs = 16},   {.size = 66, .rateByte = 0x00, .secondMs = 2},
+               {.size = 104, .rateByte = 0x40, .secondMs = 17},  {.size = 70, .rateByte = 0x40, .secondMs = 2},
+               {.size = 1920, .rateByte = 0x80, .secondMs = 24}, {.size = 1922, .rateByte = 0x80, .secondMs = 80},
+               {.size = 1920, .rateByte = 0xC0, .secondMs = 80}};
+  for (const auto& row : kRows) {
+    const auto words = static_cast<uint32_t>(row.size / 2 - 1);
+    const Bytes f = Frame(
+        {0x0B, 0x77, static_cast<uint8_t>(words >> 8), static_cast<uint8_t>(words), row.rateByte, 0x80}, row.size, 1);
+    EXPECT_EQ(Play(AudioFile(kFast, {f, f})), (Units{{f, 0}, {f, row.secondMs}})) << row.size << ' ' << +row.rateByte;
+  }
+}
+
 TEST(Ac3Framer, ChunksAndBuffersMayBeSmall) {
   const Bytes stream = Join({F(0), F(1), F(2)});
   EXPECT_EQ(PlayChunks(Cut(stream, 7)), (Units{{F(0), 63}, {F(1), 95}}));
