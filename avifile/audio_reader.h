@@ -23,6 +23,9 @@ class AudioReader {
   void SetAC3BitRate(uint32_t bitsPerSecond) { m_dwAC3BitRate = bitsPerSecond; }
 
  private:
+  /// Milliseconds of the next chunk. Defined in the body, which alone calls it.
+  inline uint32_t NextTime(int stream, const SAVIStream* record);
+
   const SMovie& m_Movie;
   ChunkScanner& m_Scanner;
   ChunkReader& m_Chunks;

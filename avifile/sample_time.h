@@ -22,6 +22,16 @@ inline bool IsTimedByIndex(const StreamTable& streams, int stream, const SAVIStr
   return IsVbrByHeader(record) || streams.IsVBR(stream);
 }
 
+inline bool IsAac(uint32_t streamType) {
+  switch (streamType) {
+    case STREAM_TYPE_AAC:
+    case STREAM_TYPE_AAC_RAW:
+      return true;
+    default:
+      return false;
+  }
+}
+
 /// Time of the next chunk of an audio stream.
 /// @param byIndex      whether each chunk stands for a span of time; AAC's always do.
 /// @param index        chunks before it. @param bytesBefore  their bytes.
@@ -29,8 +39,7 @@ inline bool IsTimedByIndex(const StreamTable& streams, int stream, const SAVIStr
 inline uint32_t AudioTime(const SAVIStream* record, bool byIndex, uint32_t index, uint64_t bytesBefore,
                           uint32_t ac3BitRate) {
   if (!record->m_pStrh || !record->m_pStrf) return 0;
-  const bool aac = record->nStreamType == STREAM_TYPE_AAC || record->nStreamType == STREAM_TYPE_AAC_RAW;
-  if (aac || byIndex) return IndexTime(record, index);
+  if (byIndex || IsAac(record->nStreamType)) return IndexTime(record, index);
   const double bytes = static_cast<double>(bytesBefore);
   return ToTimeMs(ac3BitRate ? bytes * 8.0 * 1000.0 / ac3BitRate : bytes / (AvgBytesPerSec(record) / 1000.0));
 }

@@ -51,7 +51,8 @@ template <typename T>
 /// above it is the end mark and would stop the track.
 [[nodiscard]] inline uint32_t ToTimeMs(double value) {
   // 32-bit times are below 2^63, whose conversion is one instruction; all but the odd ones end here.
-  if (value >= 0 && value < 4294967295.0) return static_cast<uint32_t>(static_cast<int64_t>(value));
+  if (__builtin_expect(value >= 0 && value < 4294967295.0, 1))
+    return static_cast<uint32_t>(static_cast<int64_t>(value));
   if (!std::isfinite(value)) return 0;
   const uint32_t time = Truncate<uint32_t>(value);
   return time == std::numeric_limits<uint32_t>::max() ? time - 1 : time;

@@ -47,10 +47,10 @@ class AudioFeed {
 inline int AudioFeed::avi_parser_get_audio_data(const STrackInput& in, unsigned char* buf, uint32_t room,
                                                 SDelivery* out) {
   if (mAudioRestart) return ReadFirst(in, buf, room, out);
-  out->len = 0;
-  uint32_t time = static_cast<uint32_t>(out->time);
-  const int status = in.file->GetNextAudioData(in.stream, reinterpret_cast<char*>(buf), room, &out->len, &time);
-  if (status != AVI_OK || out->len == 0) return RetryNext(in, status, time, buf, room, out);
+  uint32_t length = 0, time = static_cast<uint32_t>(out->time);
+  const int status = in.file->GetNextAudioData(in.stream, reinterpret_cast<char*>(buf), room, &length, &time);
+  out->len = length;
+  if (status != AVI_OK || length == 0) return RetryNext(in, status, time, buf, room, out);
   out->time = time;
   return 0;
 }
