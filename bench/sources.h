@@ -1,0 +1,54 @@
+#ifndef ZU_BENCH_SOURCES_H_
+#define ZU_BENCH_SOURCES_H_
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <span>
+
+#include "zu_parser_avi/idata_source.h"
+
+/// A source of known length; the rest is how it reads.
+class SizedSource : public IDataSource {
+ public:
+  int Prepare() override { return 0; }
+  int GetSize(int64_t* length) override { return *length = m_size, 0; }
+  int SetPosition(int64_t, int) override { return 0; }
+  int IsStreaming() override { return 0; }
+  int64_t Size() const { return m_size; }
+
+ protected:
+  explicit SizedSource(int64_t size) : m_size(size) {}
+  int64_t m_size;
+};
+
+/// One pread per ReadAt.
+class FileSource : public SizedSource {
+ public:
+  /// Throws std::runtime_error when the file cannot be opened.
+  explicit FileSource(const std::filesystem::path& path);
+  ~FileSource() override;
+  FileSource(const FileSource&) = delete;
+  FileSource& operator=(const FileSource&) = delete;
+  int ReadAt(int64_t offset, void* buffer, uint64_t* length) override;
+
+ private:
+  int m_file;
+};
+
+/// The whole file in memory; one memcpy per ReadAt.
+class MappedSource : public SizedSource {
+ public:
+  /// Throws std::runtime_error when the file cannot be mapped.
+  explicit MappedSource(const std::filesystem::path& path);
+  ~MappedSource() override;
+  MappedSource(const MappedSource&) = delete;
+  MappedSource& operator=(const MappedSource&) = delete;
+  int ReadAt(int64_t offset, void* buffer, uint64_t* length) override;
+  std::span<const uint8_t> All() const { return {m_bytes, static_cast<size_t>(m_size)}; }
+
+ private:
+  const uint8_t* m_bytes;
+};
+
+#endif  // ZU_BENCH_SOURCES_H_
