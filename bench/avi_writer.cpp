@@ -37,7 +37,7 @@ std::string AviWriter::ChunkId(uint16_t stream) const {
 Bytes AviWriter::HeaderList() const {
   uint32_t frames = 0;
   Bytes lists;
-  for (uint16_t s = 0; s < m_streams.size(); ++s) {
+  for (uint16_t s = 0, count = static_cast<uint16_t>(m_streams.size()); s < count; ++s) {
     const AviStream& stream = m_streams[s];
     if (stream.header.type == "vids") frames = stream.header.length;
     Bytes children = Join({::Chunk("strh", Strh(stream.header)), ::Chunk("strf", stream.format)});
@@ -98,7 +98,7 @@ void AviWriter::Chunk(uint16_t stream, std::span<const uint8_t> data, bool key) 
 
 void AviWriter::ChunkIndexes() {
   if (m_index != IndexKind::kOpenDml) return;
-  for (uint16_t s = 0; s < m_streams.size(); ++s) {
+  for (uint16_t s = 0, count = static_cast<uint16_t>(m_streams.size()); s < count; ++s) {
     Bytes entries;
     uint64_t base = 0;
     for (size_t i = m_pending[s]; i < m_layout.chunks.size(); ++i) {

@@ -1,0 +1,41 @@
+#ifndef ZU_BENCH_LIMIT_READER_H_
+#define ZU_BENCH_LIMIT_READER_H_
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "bench/avi_writer.h"
+#include "zu_parser_avi/idata_source.h"
+
+/// The least that any reader of a file can do: it is told where everything stands, parses nothing and only fetches the
+/// bytes, one ReadAt for each thing. Throws std::runtime_error when a read fails.
+class LimitReader {
+ public:
+  LimitReader(IDataSource& source, const AviLayout& layout);
+
+  /// Every chunk in file order, into one buffer.
+  void Drain();
+  void Read(const ChunkRef& chunk) { Fetch(chunk.offset, chunk.size, m_buffer.get()); }
+  /// Reads all in front of the first chunk, then the index, and makes a record of 16 bytes out of each entry, in a
+  /// table per stream of just the right size: idx1 in blocks of 10,000 entries, each ix## in one read. Frees the
+  /// tables.
+  void Open();
+
+ private:
+  struct Record {
+    uint64_t offset;
+    uint32_t size, reserved;
+  };
+  using Table = std::unique_ptr<Record[]>;
+  void Fetch(uint64_t offset, uint64_t size, void* to);
+  void ReadLegacy(std::vector<Record*> ends);
+  void ReadChunkIndexes(std::vector<Record*> ends);
+
+  IDataSource& m_source;
+  const AviLayout& m_layout;
+  std::vector<size_t> m_entries;  // per stream
+  std::unique_ptr<uint8_t[]> m_buffer;
+};
+
+#endif  // ZU_BENCH_LIMIT_READER_H_
