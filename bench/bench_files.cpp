@@ -97,7 +97,7 @@ void PutPicture(Bytes& to, uint64_t number, uint32_t rate, Vop type, size_t size
 void PutFilmPicture(Bytes& to, uint64_t number, size_t scale) {
   const uint64_t within = number % kKeyEvery;
   const Vop type = within == 0 ? kVopI : within % 2 == 1 ? kVopP : kVopB;
-  const size_t least = type == kVopI ? 24000 : type == kVopP ? 5000 : 2500;
+  const size_t least = type == kVopI ? 24000 : type == kVopP ? 4450 : 2200;
   PutPicture(to, number, 25, type, (least + Mix(~number) % (least * 3 / 2)) / scale);
 }
 

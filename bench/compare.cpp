@@ -22,15 +22,14 @@ void TakeTurns(benchmark::State& state, const std::vector<Contender>& contenders
     ++first;
     state.SetIterationTime(seconds[0].back());
   }
+  double leastOfFirst = 0;
   for (size_t i = 0; i < count; ++i) {
     const double least = *std::min_element(seconds[i].begin(), seconds[i].end());
     state.counters[contenders[i].name] = least;
-    if (i == 0) continue;
-    std::vector<double> ratios;
-    for (size_t round = 0; round < seconds[i].size(); ++round) ratios.push_back(seconds[0][round] / seconds[i][round]);
-    std::nth_element(ratios.begin(), ratios.begin() + static_cast<ptrdiff_t>(ratios.size() / 2), ratios.end());
-    const std::string name = contenders[0].name + "/" + contenders[i].name;
-    state.counters[name] = *std::min_element(seconds[0].begin(), seconds[0].end()) / least;
-    state.counters[name + " paired"] = ratios[ratios.size() / 2];
+    if (i != 0) {
+      state.counters[contenders[0].name + "/" + contenders[i].name] = leastOfFirst / least;
+    } else {
+      leastOfFirst = least;
+    }
   }
 }

@@ -19,8 +19,7 @@ struct Contender {
 };
 
 /// Lets all take turns, each going first in its turn, once per iteration of `state`, after one round that is not
-/// counted. Reports the least time of each in seconds, and how many times the least of the first is that of each other:
-/// as "first/other", and as "first/other paired" the median of the same in each round.
+/// counted. Reports the least time of each in seconds, and as "first/other" how many times each other's the first's is.
 void TakeTurns(benchmark::State& state, const std::vector<Contender>& contenders);
 
 #endif  // ZU_BENCH_COMPARE_H_

@@ -6,7 +6,6 @@
 
 namespace {
 
-constexpr size_t kBufferBytes = 1u << 20;
 constexpr size_t kBlock = 10000;  // entries of idx1 read at once
 constexpr size_t kOldEntry = 16, kNewEntry = 8;
 constexpr size_t kNewHeader = 32;  // of an ix## chunk, to its first entry
@@ -21,8 +20,7 @@ T Load(const uint8_t* at) {  // of a little-endian machine, which this is a benc
 
 }  // namespace
 
-LimitReader::LimitReader(IDataSource& source, const AviLayout& layout)
-    : m_source(source), m_layout(layout), m_buffer(std::make_unique_for_overwrite<uint8_t[]>(kBufferBytes)) {
+LimitReader::LimitReader(IDataSource& source, const AviLayout& layout) : m_source(source), m_layout(layout) {
   for (const ChunkRef& chunk : layout.chunks) {
     if (chunk.stream >= m_entries.size()) m_entries.resize(chunk.stream + 1u);
     ++m_entries[chunk.stream];
@@ -41,7 +39,7 @@ void LimitReader::Drain() {
 }
 
 void LimitReader::Open() {
-  Fetch(0, m_layout.headerBytes, m_buffer.get());
+  Fetch(0, m_layout.headerBytes, UnitBuffer().data());
   std::vector<Table> tables;
   std::vector<Record*> ends;
   for (const size_t entries : m_entries) {
@@ -60,8 +58,8 @@ void LimitReader::ReadLegacy(std::vector<Record*> ends) {
   for (const FileRange& index : m_layout.indexes) {
     for (uint64_t at = 0; at < index.size; at += kBlock * kOldEntry) {
       const uint64_t size = std::min<uint64_t>(index.size - at, kBlock * kOldEntry);
-      Fetch(index.offset + at, size, m_buffer.get());
-      for (const uint8_t* entry = m_buffer.get(); entry < m_buffer.get() + size; entry += kOldEntry) {
+      Fetch(index.offset + at, size, UnitBuffer().data());
+      for (const uint8_t* entry = UnitBuffer().data(); entry < UnitBuffer().data() + size; entry += kOldEntry) {
         const size_t stream = (entry[0] - size_t{'0'}) * 10 + (entry[1] - size_t{'0'});
         const uint32_t flag = Load<uint32_t>(entry + 4) & kKeyFrame ? 0 : kNotKeyFrame;
         *ends[stream]++ = {base + 8 + Load<uint32_t>(entry + 8), Load<uint32_t>(entry + 12) | flag, 0};
@@ -73,10 +71,11 @@ void LimitReader::ReadLegacy(std::vector<Record*> ends) {
 void LimitReader::ReadChunkIndexes(std::vector<Record*> ends) {
   for (size_t i = 0; i < m_layout.indexes.size(); ++i) {
     const FileRange& index = m_layout.indexes[i];
-    Fetch(index.offset, index.size, m_buffer.get());
-    const uint64_t base = Load<uint64_t>(m_buffer.get() + 20);
+    Fetch(index.offset, index.size, UnitBuffer().data());
+    const uint64_t base = Load<uint64_t>(UnitBuffer().data() + 20);
     Record*& end = ends[m_layout.indexed[i]];
-    for (const uint8_t* entry = m_buffer.get() + kNewHeader; entry < m_buffer.get() + index.size; entry += kNewEntry) {
+    for (const uint8_t* entry = UnitBuffer().data() + kNewHeader; entry < UnitBuffer().data() + index.size;
+         entry += kNewEntry) {
       *end++ = {base + Load<uint32_t>(entry), Load<uint32_t>(entry + 4), 0};
     }
   }

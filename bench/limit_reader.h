@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "bench/avi_writer.h"
+#include "bench/unit_buffer.h"
 #include "zu_parser_avi/idata_source.h"
 
 /// The least that any reader of a file can do: it is told where everything stands, parses nothing and only fetches the
@@ -14,9 +15,9 @@ class LimitReader {
  public:
   LimitReader(IDataSource& source, const AviLayout& layout);
 
-  /// Every chunk in file order, into one buffer.
+  /// Every chunk in file order, each to the start of UnitBuffer.
   void Drain();
-  void Read(const ChunkRef& chunk) { Fetch(chunk.offset, chunk.size, m_buffer.get()); }
+  void Read(const ChunkRef& chunk) { Fetch(chunk.offset, chunk.size, UnitBuffer().data()); }
   /// Reads all in front of the first chunk, then the index, and makes a record of 16 bytes out of each entry, in a
   /// table per stream of just the right size: idx1 in blocks of 10,000 entries, each ix## in one read. Frees the
   /// tables.
@@ -35,7 +36,6 @@ class LimitReader {
   IDataSource& m_source;
   const AviLayout& m_layout;
   std::vector<size_t> m_entries;  // per stream
-  std::unique_ptr<uint8_t[]> m_buffer;
 };
 
 #endif  // ZU_BENCH_LIMIT_READER_H_

@@ -7,8 +7,7 @@ void Player::Close::operator()(IParser* parser) const {
   destroyParser(parser);
 }
 
-Player::Player(IDataSource& source)
-    : m_parser(createParser()), m_buffer(std::make_unique_for_overwrite<unsigned char[]>(kBufferBytes)) {
+Player::Player(IDataSource& source) : m_parser(createParser()) {
   if (!m_parser || m_parser->Open(&source) != AVI_OK) throw std::runtime_error("does not open");
 }
 
@@ -17,7 +16,7 @@ std::span<const uint8_t> Player::SeekVideo(unsigned long ms, unsigned long* reac
   m_parser->Seek(ms, AVI_TRACK_VIDEO, 0);
   if (Pull(kVideo, &cursor) != AVI_OK || cursor.len == 0) throw std::runtime_error("nothing behind a seek in video");
   *reached = cursor.ms;
-  return {m_buffer.get(), cursor.len};
+  return UnitBuffer().first(cursor.len);
 }
 
 std::span<const uint8_t> Player::SeekAudio(unsigned long ms, unsigned long* reached) {
@@ -25,5 +24,5 @@ std::span<const uint8_t> Player::SeekAudio(unsigned long ms, unsigned long* reac
   m_parser->Seek(ms, AVI_TRACK_AUDIO, 0);
   if (Pull(kAudio, &cursor) != AVI_OK || cursor.len == 0) throw std::runtime_error("nothing behind a seek in sound");
   *reached = cursor.ms;
-  return {m_buffer.get(), cursor.len};
+  return UnitBuffer().first(cursor.len);
 }

@@ -6,14 +6,14 @@
 #include <span>
 #include <stdexcept>
 
+#include "bench/unit_buffer.h"
 #include "zu_parser_avi/iparser.h"
 
-/// The library as a player uses it, with one parser and one buffer. Throws std::runtime_error when an operation does
+/// The library as a player uses it, with one parser. Throws std::runtime_error when an operation does
 /// not give what a sound file has to give.
 class Player {
  public:
   enum Tracks { kVideo = 1, kAudio = 2, kBoth = 3 };
-  static constexpr unsigned long kBufferBytes = 1u << 20;
 
   explicit Player(IDataSource& source);
 
@@ -21,7 +21,7 @@ class Player {
   template <typename Unit>
   void Drain(Tracks tracks, Unit unit);
 
-  /// The first unit behind a seek. @return its bytes, in the buffer.
+  /// The first unit behind a seek. @return its bytes, in UnitBuffer.
   std::span<const uint8_t> SeekVideo(unsigned long ms, unsigned long* reached);
   std::span<const uint8_t> SeekAudio(unsigned long ms, unsigned long* reached);
 
@@ -36,12 +36,12 @@ class Player {
   int Pull(Tracks track, Cursor* cursor);
 
   std::unique_ptr<IParser, Close> m_parser;
-  std::unique_ptr<unsigned char[]> m_buffer;
 };
 
 inline int Player::Pull(Tracks track, Cursor* cursor) {
-  return track == kVideo ? m_parser->GetVideoData(m_buffer.get(), &cursor->len, &cursor->ms, kBufferBytes, false)
-                         : m_parser->GetAudioData(m_buffer.get(), &cursor->len, &cursor->ms, kBufferBytes);
+  const std::span<unsigned char> buffer = UnitBuffer();
+  return track == kVideo ? m_parser->GetVideoData(buffer.data(), &cursor->len, &cursor->ms, buffer.size(), false)
+                         : m_parser->GetAudioData(buffer.data(), &cursor->len, &cursor->ms, buffer.size());
 }
 
 template <typename Unit>
@@ -59,7 +59,7 @@ void Player::Drain(Tracks tracks, Unit unit) {
     } else if (status != AVI_OK) {
       throw std::runtime_error("a read failed");
     } else if (cursor.len != 0) {
-      unit(track, std::span<const uint8_t>(m_buffer.get(), cursor.len), cursor.ms);
+      unit(track, std::span<const uint8_t>(UnitBuffer().first(cursor.len)), cursor.ms);
     }
   }
 }

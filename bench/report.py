@@ -138,9 +138,11 @@ def processor():
 def machine(results):
     context = results.context
     return (f"Measured on {datetime.date.today().isoformat()}: {processor()} ({context['num_cpus']} processors, "
-            f"{platform.machine()}), Linux {platform.release().split('-')[0]}, {context['compiler']} with -O2, "
+            f"{platform.machine()}), Linux {platform.release().split('-')[0]}, "
+            f"{context['compiler']} with -O2, "
             f"{first_line('valgrind', '--version')}, libavformat {context['libavformat']}, "
-            f"Google Benchmark as the runner.")
+            f"Google Benchmark as the runner;\n"
+            f"load average of the machine at the start {context['load_avg'][0]:.1f}, which is 0 when it is idle.")
 
 
 def blocks(results):
@@ -166,10 +168,10 @@ def blocks(results):
 
 def readme_lines(results):
     big, memory = results.timed_row("drain from a file/big"), results.timed_row("drain from memory/big")
-    return (f"A two-hour film of 1.2 GB plays out of the page cache in {big['library/limit']:.2f} times what merely reading "
-            f"its chunks takes\nand {big['library/libavformat']:.2f} times what libavformat takes, from memory in "
-            f"{memory['library/libavformat']:.2f} times that; measured by turns in one process,\nall figures and how "
-            f"they come about in [docs/performance.md](docs/performance.md).")
+    return (f"A two-hour film of 1.2 GB plays out of the page cache in {big['library/limit']:.2f} times the CPU time of "
+            f"merely reading its chunks,\nand in {big['library/libavformat']:.2f} times that of libavformat, from memory "
+            f"in {memory['library/libavformat']:.2f} times; taken by turns in one process. More, and how:\n"
+            f"[docs/performance.md](docs/performance.md).")
 
 
 def fill(path, texts):
@@ -197,11 +199,14 @@ $data << end
 end
 set title "CPU time, as a multiple of what reading the bytes alone takes (logarithmic)"
 set logscale x 2
+set xtics (0.5, 1, 1.5, 2, 3, 4, 6, 8, 12, 16, 24, 32, 48, 64, 96, 128, 192, 256)
 set xrange [0.8:*]
 set yrange [-0.7:{len(rows) - 0.3}]
 set ytics ({labels})
 set grid x ytics lc rgb "#dddddd"
-set key below
+set key at screen 0.5, screen 0.02 center bottom horizontal width -2
+set bmargin 5
+set rmargin 4
 set arrow from 1,graph 0 to 1,graph 1 nohead lw 2 lc rgb "#444444"
 plot $data using 2:1 with points pt 7 ps 0.9 lc rgb "#0b6fb8" title "this library", \\
      $data using 3:1 with points pt 5 ps 0.8 lc rgb "#d1791b" title "libavformat", \\
@@ -215,6 +220,8 @@ def main():
     results = Results(folder)
     print_summary(results)
     if options == ["--write"]:
+        if not results.context.get("libavformat"):
+            sys.exit("report.py: the page compares with libavformat, which is missing: scripts/install-deps bench")
         fill(PAGE, blocks(results))
         fill(README, [("speed", readme_lines(results))])
         plot(results)
