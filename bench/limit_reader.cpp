@@ -38,37 +38,56 @@ void LimitReader::Drain() {
   for (const ChunkRef& chunk : m_layout.chunks) Read(chunk);
 }
 
+LimitReader::Tables LimitReader::MakeTables() const {
+  Tables made;
+  for (const size_t entries : m_entries) {
+    made.tables.push_back(std::make_unique_for_overwrite<Record[]>(entries));
+    made.ends.push_back(made.tables.back().get());
+  }
+  return made;
+}
+
 void LimitReader::Open() {
   Fetch(0, m_layout.headerBytes, UnitBuffer().data());
-  std::vector<Table> tables;
-  std::vector<Record*> ends;
-  for (const size_t entries : m_entries) {
-    tables.push_back(std::make_unique_for_overwrite<Record[]>(entries));
-    ends.push_back(tables.back().get());
-  }
+  Tables tables = MakeTables();
   if (m_layout.indexed.empty()) {
-    ReadLegacy(std::move(ends));
+    ReadLegacy(tables.ends);
   } else {
-    ReadChunkIndexes(std::move(ends));
+    ReadChunkIndexes(tables.ends);
   }
 }
 
-void LimitReader::ReadLegacy(std::vector<Record*> ends) {
-  const uint64_t base = m_layout.headerBytes - 4;
-  for (const FileRange& index : m_layout.indexes) {
-    for (uint64_t at = 0; at < index.size; at += kBlock * kOldEntry) {
-      const uint64_t size = std::min<uint64_t>(index.size - at, kBlock * kOldEntry);
-      Fetch(index.offset + at, size, UnitBuffer().data());
-      for (const uint8_t* entry = UnitBuffer().data(); entry < UnitBuffer().data() + size; entry += kOldEntry) {
-        const size_t stream = (entry[0] - size_t{'0'}) * 10 + (entry[1] - size_t{'0'});
-        const uint32_t flag = Load<uint32_t>(entry + 4) & kKeyFrame ? 0 : kNotKeyFrame;
-        *ends[stream]++ = {base + 8 + Load<uint32_t>(entry + 8), Load<uint32_t>(entry + 12) | flag, 0};
-      }
+void LimitReader::OpenWith(const std::vector<FileRange>& reads) {
+  Tables tables = MakeTables();
+  const FileRange& index = m_layout.indexes.front();
+  for (const FileRange& read : reads) {
+    Fetch(read.offset, read.size, UnitBuffer().data());
+    if (read.offset >= index.offset && read.offset + read.size <= index.offset + index.size) {
+      TakeLegacy(read.size, tables.ends);
     }
   }
 }
 
-void LimitReader::ReadChunkIndexes(std::vector<Record*> ends) {
+void LimitReader::TakeLegacy(uint64_t size, std::vector<Record*>& ends) const {
+  const uint64_t base = m_layout.headerBytes - 4;
+  for (const uint8_t* entry = UnitBuffer().data(); entry < UnitBuffer().data() + size; entry += kOldEntry) {
+    const size_t stream = (entry[0] - size_t{'0'}) * 10 + (entry[1] - size_t{'0'});
+    const uint32_t flag = Load<uint32_t>(entry + 4) & kKeyFrame ? 0 : kNotKeyFrame;
+    *ends[stream]++ = {base + 8 + Load<uint32_t>(entry + 8), Load<uint32_t>(entry + 12) | flag, 0};
+  }
+}
+
+void LimitReader::ReadLegacy(std::vector<Record*>& ends) {
+  for (const FileRange& index : m_layout.indexes) {
+    for (uint64_t at = 0; at < index.size; at += kBlock * kOldEntry) {
+      const uint64_t size = std::min<uint64_t>(index.size - at, kBlock * kOldEntry);
+      Fetch(index.offset + at, size, UnitBuffer().data());
+      TakeLegacy(size, ends);
+    }
+  }
+}
+
+void LimitReader::ReadChunkIndexes(std::vector<Record*>& ends) {
   for (size_t i = 0; i < m_layout.indexes.size(); ++i) {
     const FileRange& index = m_layout.indexes[i];
     Fetch(index.offset, index.size, UnitBuffer().data());

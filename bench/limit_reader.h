@@ -22,6 +22,8 @@ class LimitReader {
   /// table per stream of just the right size: idx1 in blocks of 10,000 entries, each ix## in one read. Frees the
   /// tables.
   void Open();
+  /// The same with other reads, in their order: those of a parser that looks at one header after the other.
+  void OpenWith(const std::vector<FileRange>& reads);
 
  private:
   struct Record {
@@ -30,8 +32,14 @@ class LimitReader {
   };
   using Table = std::unique_ptr<Record[]>;
   void Fetch(uint64_t offset, uint64_t size, void* to);
-  void ReadLegacy(std::vector<Record*> ends);
-  void ReadChunkIndexes(std::vector<Record*> ends);
+  struct Tables {
+    std::vector<Table> tables;
+    std::vector<Record*> ends;  // per stream, where the next entry goes
+  };
+  Tables MakeTables() const;
+  void TakeLegacy(uint64_t size, std::vector<Record*>& ends) const;
+  void ReadLegacy(std::vector<Record*>& ends);
+  void ReadChunkIndexes(std::vector<Record*>& ends);
 
   IDataSource& m_source;
   const AviLayout& m_layout;

@@ -34,6 +34,11 @@ void Open(benchmark::State& state, Shelf& shelf, const FileRow& row) {
   const size_t times = 1 + kEntriesPerRound / entries;
   std::vector<Contender> contenders = {{"library", Repeat(times, [&] { OpenLibrary(source); })},
                                        {"limit", Repeat(times, [&] { limit.Open(); })}};
+  RecordingSource recorder(source);
+  if (ready.file.layout.indexed.empty()) {
+    OpenLibrary(recorder);
+    contenders.push_back({"same calls", Repeat(times, [&] { limit.OpenWith(recorder.Reads()); })});
+  }
   if (!LibavReader::Version().empty()) {
     contenders.push_back({"libavformat", Repeat(times, [&] { LibavReader reader(source); })});
   }

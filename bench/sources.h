@@ -5,7 +5,9 @@
 #include <filesystem>
 #include <memory>
 #include <span>
+#include <vector>
 
+#include "bench/avi_writer.h"
 #include "zu_parser_avi/idata_source.h"
 
 /// A source of known length; the rest is how it reads.
@@ -34,6 +36,23 @@ class FileSource : public SizedSource {
 
  private:
   int m_file;
+};
+
+/// Another source, whose reads are kept.
+class RecordingSource : public SizedSource {
+ public:
+  explicit RecordingSource(SizedSource& source) : SizedSource(source.Size()), m_source(source) {}
+  int ReadAt(int64_t offset, void* buffer, uint64_t* length) override {
+    const int status = m_source.ReadAt(offset, buffer, length);
+    m_reads.push_back({static_cast<uint64_t>(offset), *length});
+    return status;
+  }
+  /// As far as they were delivered.
+  const std::vector<FileRange>& Reads() const { return m_reads; }
+
+ private:
+  SizedSource& m_source;
+  std::vector<FileRange> m_reads;
 };
 
 /// The whole file in memory; one memcpy per ReadAt.

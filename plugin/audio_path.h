@@ -13,7 +13,7 @@ class AudioPath {
   void PrepareMpegAudio(uint32_t layer, uint32_t sampleRate, uint32_t bitRate) {
     mMpegAudio.Prepare(layer, sampleRate, bitRate);
   }
-  void PrepareAc3() { mAc3.Allocate(); }
+  void PrepareAc3() { mAc3.PrepareBuffer(); }
   void PreparePcm() { mPcm.Prepare(); }
 
   /// One access unit, as IParser::GetAudioData gives it.

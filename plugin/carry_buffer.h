@@ -12,16 +12,17 @@
 /// the rest moves down only when something is appended. The owner calls Free: its own destructor leaves that to Close.
 class CarryBuffer {
  public:
-  /// Replaces the block by a fresh zeroed one. A failure leaves none, which IsAllocated tells.
-  void Allocate() {
+  /// Empties it. The block is made when it is first needed, for of most files not every kind of track is played.
+  void Prepare() {
     Free();
-    m_pBlock = static_cast<uint8_t*>(std::calloc(AVI_CARRY_BYTES, 1));
+    m_bPrepared = true;
   }
   void Free() {
     std::free(m_pBlock);
     *this = CarryBuffer();
   }
-  bool IsAllocated() const { return m_pBlock != nullptr; }
+  /// Whether there is a block; the first call behind Prepare makes it, zeroed. A failure leaves none for good.
+  bool IsReady() { return m_pBlock || (m_bPrepared && MakeBlock()); }
 
   uint8_t* front() { return m_pBlock + m_nHead; }
   size_t size() const { return m_nSize; }
@@ -51,7 +52,14 @@ class CarryBuffer {
   }
 
  private:
+  [[gnu::cold]] bool MakeBlock() {
+    m_bPrepared = false;
+    m_pBlock = static_cast<uint8_t*>(std::calloc(AVI_CARRY_BYTES, 1));
+    return m_pBlock != nullptr;
+  }
+
   uint8_t* m_pBlock = nullptr;
+  bool m_bPrepared = false;  // and no block made yet
   size_t m_nHead = 0;
   size_t m_nSize = 0;
   size_t m_nWritten = 0;  // of the block, since it was last zero

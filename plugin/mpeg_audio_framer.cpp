@@ -20,7 +20,7 @@ void MpegAudioFramer::Prepare(uint32_t layer, uint32_t sampleRate, uint32_t bitR
                                                            : "MPEG2 layer3";
   AVI_LOGV("check %s mMP3FrameSize[samplingRate:%ld] : %ld", kind, static_cast<long>(sampleRate),
            static_cast<long>(mFrameSize));
-  Allocate();
+  PrepareBuffer();
 }
 
 inline const SMpegAudioHeader* MpegAudioFramer::AcceptedHeader(const STrackInput& in, const unsigned char* bytes) {

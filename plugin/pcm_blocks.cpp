@@ -48,7 +48,7 @@ inline int PcmBlocks::GetBlock(AudioFeed& feed, const STrackInput& in, SDelivery
     out->time = mTimestamp += DurationMs(in.track->audio, out->len);
     return 0;
   }
-  if (!mBuffer.IsAllocated()) return AVI_OUT_OF_MEMORY;
+  if (!mBuffer.IsReady()) return AVI_OUT_OF_MEMORY;
 
   int status = feed.ReadIntoCarry(in, &mBuffer, 0, kFirstRead, out);
   if (status != 0 || out->len == 0) return status;

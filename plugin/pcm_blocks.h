@@ -7,9 +7,9 @@
 /// Relies on being called with a track.
 class PcmBlocks {
  public:
-  /// Gets the memory that delivery needs; without it every delivery is AVI_OUT_OF_MEMORY.
+  /// Gets ready for a track. Where there is no memory for its bytes every delivery is AVI_OUT_OF_MEMORY.
   void Prepare() {
-    mBuffer.Allocate();
+    mBuffer.Prepare();
     mBlockSize = AVI_PCM_BLOCK;
   }
   /// Gives the memory back. Explicit, because a parser destroyed without Close keeps what Open made.

@@ -27,8 +27,8 @@
 template <typename Format>
 class SyncFramer {
  public:
-  /// Gets the memory that delivery needs; without it every delivery is AVI_OUT_OF_MEMORY.
-  void Allocate() { mBuffer.Allocate(); }
+  /// Gets ready for a track. Where there is no memory for its bytes every delivery is AVI_OUT_OF_MEMORY.
+  void PrepareBuffer() { mBuffer.Prepare(); }
   /// Gives the memory back. Explicit, because a parser destroyed without Close keeps what Open made.
   void Free() { mBuffer.Free(); }
   /// Searches for a header across chunks from the next read on.
@@ -96,7 +96,7 @@ template <typename Format>
 int SyncFramer<Format>::TryFrame(AudioFeed& feed, const STrackInput& in, SDelivery* out) {
   out->len = 0;
   if (mBuffer.size() > mFrameSize + 1) return DeliverBuffered(in, out);
-  if (!mBuffer.IsAllocated()) return AVI_OUT_OF_MEMORY;
+  if (!mBuffer.IsReady()) return AVI_OUT_OF_MEMORY;
 
   // Wherever a read before the cut comes back empty the call ends as it stands: a source that would block must not hold
   // the host in here, and nothing is learned about the chunks.
