@@ -22,9 +22,11 @@ class AudioFeed {
   /// Delivers one chunk as it is. Without a track: length 0, time 0. @return 0, also when nothing could be read for
   /// now, with length 0; AVI_END_OF_STREAM; a fatal status. The length is 0 unless it returns 0.
   int PullChunk(const STrackInput& in, SDelivery* out);
-  /// Reads one chunk of a track behind what `buffer` holds and `kept` bytes more; the caller appends it. `out` gets its
-  /// length and time, while its memory stays untouched: at most `out->maxLen` bytes are read.
+  /// Reads one chunk of a track into `room` bytes at `buf`; `out` gets its length and time alone.
   /// @return 0; AVI_END_OF_STREAM and a fatal status, which are logged. The length is 0 then.
+  inline int ReadChunk(const STrackInput& in, unsigned char* buf, uint32_t room, const SFeedTexts& texts,
+                       SDelivery* out);
+  /// The same behind what `buffer` holds and `kept` bytes more, at most `out->maxLen` bytes; the caller appends it.
   // Inline, for a call that saves registers would cost as much again.
   [[gnu::always_inline]] inline int ReadIntoCarry(const STrackInput& in, CarryBuffer* buffer, size_t kept,
                                                   const SFeedTexts& texts, SDelivery* out);
@@ -55,14 +57,19 @@ inline int AudioFeed::avi_parser_get_audio_data(const STrackInput& in, unsigned 
   return 0;
 }
 
+inline int AudioFeed::ReadChunk(const STrackInput& in, unsigned char* buf, uint32_t room, const SFeedTexts& texts,
+                                SDelivery* out) {
+  const int status = avi_parser_get_audio_data(in, buf, room, out);
+  return status < 0 || out->time == AVI_END_MARK ? EndRead(status, texts, out) : 0;
+}
+
 inline int AudioFeed::ReadIntoCarry(const STrackInput& in, CarryBuffer* buffer, size_t kept, const SFeedTexts& texts,
                                     SDelivery* out) {
   unsigned char* const tail = buffer->Tail() + kept;
   const uint32_t space = static_cast<uint32_t>(buffer->space() - kept);
-  const int status = avi_parser_get_audio_data(in, tail, std::min(out->maxLen, space), out);
-  if (status < 0 || out->time == AVI_END_MARK) return EndRead(status, texts, out);
-  buffer->MarkWritten(kept + out->len);
-  return 0;
+  const int status = ReadChunk(in, tail, std::min(out->maxLen, space), texts, out);
+  if (status == 0) buffer->MarkWritten(kept + out->len);
+  return status;
 }
 
 #endif  // ZU_PLUGIN_AUDIO_FEED_H_

@@ -36,6 +36,11 @@ class CarryBuffer {
   }
   /// Tells that `count` bytes, at most space(), were put at Tail(); they are not held yet.
   void MarkWritten(size_t count) { m_nWritten = std::max(m_nWritten, m_nSize + count); }
+  /// Puts `count` bytes, at most space(), at Tail(); they are not held yet.
+  void Put(const uint8_t* bytes, size_t count) {
+    std::memcpy(Tail(), bytes, count);
+    MarkWritten(count);
+  }
   /// Holds `count` of the bytes at Tail().
   void Append(size_t count) { m_nSize += std::min(count, space()); }
   void drop_front(size_t count) {

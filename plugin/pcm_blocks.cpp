@@ -50,12 +50,23 @@ inline int PcmBlocks::GetBlock(AudioFeed& feed, const STrackInput& in, SDelivery
   }
   if (!mBuffer.IsReady()) return AVI_OUT_OF_MEMORY;
 
-  int status = feed.ReadIntoCarry(in, &mBuffer, 0, kFirstRead, out);
+  // Where chunks have been leaving as they are the next one is read to where it goes.
+  const bool straight = mPassedOn && mBuffer.size() == 0;
+  int status = straight ? feed.ReadChunk(in, out->buf, std::min(out->maxLen, AVI_CARRY_BYTES), kFirstRead, out)
+                        : feed.ReadIntoCarry(in, &mBuffer, 0, kFirstRead, out);
   if (status != 0 || out->len == 0) return status;
   SetBlockSize(in.track->audio, out->len);
+  const size_t held = mBuffer.size() + out->len;
+  mPassedOn = held <= mBlockSize + 1 && mBlockSize <= held + 1;
+  if (straight) {
+    if (mPassedOn) {
+      mTimestamp = out->time;
+      return 0;
+    }
+    mBuffer.Put(out->buf, out->len);
+  }
   mBuffer.Append(out->len);
-  const size_t held = mBuffer.size();
-  if (held <= mBlockSize + 1 && mBlockSize <= held + 1) {
+  if (mPassedOn) {
     // The chunk leaves as one block. It is taken off the count alone: a byte held in front of it keeps its place.
     std::memcpy(out->buf, mBuffer.front(), out->len);
     mBuffer.keep_front(held - out->len);

@@ -30,6 +30,7 @@ class PcmBlocks {
   CarryBuffer mBuffer;
   uint64_t mBlockSize = 0;  // bytes; wide, for it is doubled
   uint64_t mTimestamp = 0;  // milliseconds, of the last block delivered
+  bool mPassedOn = false;   // the last chunk read left as one block
 };
 
 #endif  // ZU_PLUGIN_PCM_BLOCKS_H_
