@@ -47,7 +47,7 @@ int ChunkReader::ReadIndexed(int stream, SAVIStream* record, SChunkRead* read) {
   return Advance(record, *entry, read);
 }
 
-/// Of a picture that is spread over chunks all are read; such streams do not count their chunks.
+/// Of a picture that is spread over chunks all are read. Streams of MPEG-1 and MPEG-2 do not count their chunks.
 int ChunkReader::ReadMpegVideo(SAVIStream* record, const SIndexEntry& entry, SChunkRead* read) {
   const int status = m_Joiner.Check(record, read);
   if (status != AVI_OK) return status;

@@ -37,7 +37,7 @@ struct SMpegAudioHeader {
 /// @return false, `out` left as it was, for a reserved value or free format.
 bool DecodeMpegAudioHeader(uint32_t header, SMpegAudioHeader* out);
 
-/// Decodes the headers of one track, which are nearly all alike. Keeps what the last one said.
+/// Decodes the headers of one track, which are nearly all alike. Keeps what the last valid one said.
 class MpegHeaderDecoder {
  public:
   /// @return as DecodeMpegAudioHeader tells it, until the next call; null for a reserved value or free format.

@@ -82,7 +82,7 @@ struct SAVIStream {
   uint32_t dwChunkCount;      ///< delivered so far
   // Private.
   uint32_t m_nStrfSize;     // bytes of m_pStrf that the file declared
-  struct SByteSums* pSums;  // owned; sampled sums over pIndex, made by the first audio seek
+  struct SByteSums* pSums;  // owned; sampled sums over pIndex, made by the first seek that searches them
 };
 static_assert(std::is_trivial_v<SAVIStream>, "the stream table is one zeroed block");
 

@@ -31,7 +31,7 @@ class VideoReader {
   int ReadH264Frame(int stream, SAVIStream* record, SChunkRead* read);
   /// Whether the next frame is one of those whose writers leave damaged headers: a key frame of a legacy index.
   inline bool CanHaveDamagedVol(const SAVIStream* record) const;
-  /// The next frame but one where there is nothing but the header.
+  /// Cuts a damaged header off the frame; where nothing but the header is there it reads another frame instead.
   int ReadWithoutDamagedVol(int stream, SAVIStream* record, bool keyOnly, SChunkRead* read);
 
   const SMovie& m_Movie;

@@ -98,7 +98,7 @@ inline Ac3Framer::ESync Ac3Framer::FindSyncWord(const STrackInput& in, unsigned 
 }
 
 Ac3Framer::ESync Ac3Framer::SearchSyncWord(const STrackInput& in, unsigned char* front, uint32_t held,
-                                           uint32_t* skipped) {
+                                           uint32_t* start) {
   if (held < 4) {
     if (mLines.Take(ELine::kUnavailable)) {
       AVI_LOGE("[DetectedAC3StartCode] unavailable value - [%lu]", static_cast<unsigned long>(held));
@@ -117,7 +117,7 @@ Ac3Framer::ESync Ac3Framer::SearchSyncWord(const STrackInput& in, unsigned char*
     if (mLines.Take(ELine::kNoStartCode)) AVI_LOGE("AC3 Start code not found.");
     return ESync::kNone;
   }
-  *skipped += before;
+  *start += before;
   return ESync::kFound;
 }
 

@@ -25,8 +25,9 @@ class Ac3Framer final : public SyncFramer<Ac3Framer> {
   /// there; kNone: they were zeroed.
   [[gnu::always_inline]] inline ESync FindSyncWord(const STrackInput& in, unsigned char* buf, uint32_t* start,
                                                    uint32_t end);
-  /// The same for `held` bytes that begin with none at `front`. `*skipped` is counted up.
-  ESync SearchSyncWord(const STrackInput& in, unsigned char* front, uint32_t held, uint32_t* skipped);
+  /// The same for the `held` bytes from `front` on, at whose very front there is none to take; `*start` grows by what
+  /// was skipped.
+  ESync SearchSyncWord(const STrackInput& in, unsigned char* front, uint32_t held, uint32_t* start);
   /// Takes the frame size from the header at `sync`, of which `held` bytes are there, at least 5, in data that begins
   /// at `front`.
   inline bool TakeHeader(const STrackInput& in, const unsigned char* front, const unsigned char* sync, uint64_t held);

@@ -97,7 +97,8 @@ int AVIParser::GetVideoConfig(unsigned char* buf, unsigned long* len, unsigned l
 
 int AVIParser::GetAudioData(unsigned char* buf, unsigned long* len, unsigned long* ts, unsigned long maxLen) {
   SDelivery unit{buf, ClampLength(maxLen), 0, *ts};
-  const int status = mAudio.GetAudioData(mTracks.Audio(), &unit);
+  const STrackInput in = mTracks.Audio();
+  const int status = mAudio.GetAudioData(in, &unit);
   *len = unit.len;
   *ts = unit.time;
   return status;
@@ -106,14 +107,15 @@ int AVIParser::GetAudioData(unsigned char* buf, unsigned long* len, unsigned lon
 int AVIParser::GetVideoData(unsigned char* buf, unsigned long* len, unsigned long* ts, unsigned long maxLen,
                             bool keyOnly) {
   SDelivery unit{buf, ClampLength(maxLen), static_cast<uint32_t>(*len), *ts};
-  const int status = mVideo.GetVideoData(mTracks.Video(), &unit, keyOnly);
+  const STrackInput in = mTracks.Video();
+  const int status = mVideo.GetVideoData(in, &unit, keyOnly);
   *len = unit.len;
   *ts = unit.time;
   return status;
 }
 
 int AVIParser::GetTextData(unsigned char* buf, unsigned long* len, unsigned long* ts, unsigned long maxLen) {
-  const STrackInput& in = mTracks.Text();
+  const STrackInput in = mTracks.Text();
   int status = 0;
   // Without a text track the host's cells stay as they are.
   if (in.Codec() == AVI_CODEC_TEXT) {

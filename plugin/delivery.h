@@ -5,7 +5,8 @@
 #include "zu_parser_avi/codec_ids.h"
 #include "zu_parser_avi/track_info.h"
 
-/// The track that a call of the host reads. Made where tracks are listed and selected.
+/// The track that a call of the host reads. Made where tracks are listed and selected; a call works with a copy, which
+/// a selection made meanwhile does not change.
 struct STrackInput {
   CAVIFileParser* file = nullptr;    ///< null once the parser is closed; there is no stream then
   int stream = -1;                   ///< stream number; -1: no such track

@@ -16,13 +16,10 @@
 ///   kEndText              logged when the first read of a call meets the end
 ///   kReadsAheadWhenVbr    whether chunks are read until two frames are held, in a VBR stream too
 ///   Detect(in, buf, len)  finds the first header in `*len` bytes and moves it to the front, shortening `*len`; sets
-///   the
-///                         frame size. False: none (`*len` 0, the bytes zeroed) or fewer than 4 bytes (left as they
-///                         are)
-///   Cut(in, out)          takes the frame at the front out of the buffer and delivers its bytes. False with length 0:
-///                         none
+///                         the frame size. False: none (`*len` 0, bytes zeroed) or below 4 bytes (left as they are)
+///   Cut(in, out)          takes the frame at the front out of the buffer and delivers it. False, length 0: none
 ///   BufferedTime(in, cut, nextByte1, hostTime)
-///                         time of a frame taken without a read, from the cut's result, the second byte at the front
+///                         time of a frame taken without a read: from the cut's result, the second byte at the front
 ///                         after it, and what the host's time cell held
 template <typename Format>
 class SyncFramer {

@@ -35,7 +35,7 @@ void VideoPath::GetVideoConfig(const STrackInput& in, SDelivery* out) {
   if (out->len >= 1 && out->len <= out->maxLen) mVideoConfigReady = true;
 }
 
-// Inline in the delivery of every unit; the skipping that follows a seek in split video may well have its own.
+// Inline where every unit is delivered; the other caller, which skips behind a seek, gets a copy of its own.
 [[gnu::always_inline]] inline int VideoPath::PullVideo(const STrackInput& in, SDelivery* out, bool keyOnly) {
   const int status = avi_parser_get_video_data(in, out, keyOnly);
   if (status == 0 && out->time != AVI_END_MARK && out->len != AVI_END_MARK) return 0;

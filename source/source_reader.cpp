@@ -17,7 +17,8 @@ uint32_t ReadLength(unsigned int size, unsigned int count) {
 }  // namespace
 
 int AVISourceReader::MoveTo(long offset, int origin) {
-  AVI_LOGT("[mossgrove] AVIfseek offset :%lld, origin:%d", static_cast<long long>(offset), origin);
+  const bool traced = IsTraced();  // told once: a first line has its last one
+  if (traced) AVI_LOGT("[mossgrove] AVIfseek offset :%lld, origin:%d", static_cast<long long>(offset), origin);
   if (origin == 0) {
     mlOffset = offset;
   } else if (origin == 1) {
@@ -31,7 +32,7 @@ int AVISourceReader::MoveTo(long offset, int origin) {
              static_cast<unsigned long long>(mlOffsetEnd));
     mlOffset = mlOffsetEnd;
   }
-  AVI_LOGT("AVI_fseek end");
+  if (traced) AVI_LOGT("AVI_fseek end");
   return 0;
 }
 
@@ -43,14 +44,17 @@ int AVISourceReader::AVI_fread(void* buffer, unsigned int size, unsigned int cou
 }
 
 int AVISourceReader::ReadUnusual(void* buffer, unsigned int size, unsigned int count) {
-  AVI_LOGT("AVI_fread Start");
-  AVI_LOGT("AVI_fread size %d mlOffset %lld mlOffsetEnd %lld", static_cast<int>(size), static_cast<long long>(mlOffset),
-           static_cast<long long>(mlOffsetEnd));
+  const bool traced = IsTraced();
+  if (traced) {
+    AVI_LOGT("AVI_fread Start");
+    AVI_LOGT("AVI_fread size %d mlOffset %lld mlOffsetEnd %lld", static_cast<int>(size),
+             static_cast<long long>(mlOffset), static_cast<long long>(mlOffsetEnd));
+  }
   mbStreaming = mlOffsetEnd == 0 && AVI_IsStreamingSource() != 0;
   const uint64_t length = ReadLength(size, count);
   if (!mbStreaming && IsAtEnd()) return RefuseRead();
   const int nRead = ReadHere(buffer, mbStreaming ? length : std::min(length, Left()));
-  if (nRead >= 0) AVI_LOGT("AVI_fread End");
+  if (nRead >= 0 && traced) AVI_LOGT("AVI_fread End");
   return nRead;
 }
 

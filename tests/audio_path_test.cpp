@@ -79,14 +79,14 @@ TEST(AudioPath, WithoutItsBufferATrackAnswersSoEachTime) {
   for (const auto& movie : kMovies) {
     SCOPED_TRACE(movie.name);
     HeapWatch::Fail(HeapWatch::kNever, HeapWatch::kNever);
-    delete new Host(movie.file);
+    Host(movie.file).Audio();
     const long asked = HeapWatch::StopFailing();
     int without = 0;
     for (long n = 1; n < asked; ++n) {  // the first is the parser itself
       HeapWatch::Fail(n, n);
       Host host(movie.file, {.open = {}});
-      HeapWatch::StopFailing();
       const Unit first = host.Audio();
+      HeapWatch::StopFailing();
       if (first.status != AVI_OUT_OF_MEMORY) continue;
       ++without;
       EXPECT_EQ(host.Audio(), Unit("", 0, AVI_OUT_OF_MEMORY));

@@ -10,6 +10,7 @@
 
 Outcome* g_outcome;
 bool g_full = false;
+int g_logMask = 0;
 
 uint64_t Fnv(const void* data, size_t size, uint64_t hash) {
   const uint8_t* bytes = static_cast<const uint8_t*>(data);
@@ -49,5 +50,5 @@ extern "C" [[gnu::format(printf, 3, 4)]] int __android_log_print(int prio, const
 
 extern "C" int property_get(const char* key, char* value, const char*) {
   Event("property %s", key);
-  return std::snprintf(value, 92, "15");
+  return std::snprintf(value, 92, "%d", g_logMask);
 }

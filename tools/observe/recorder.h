@@ -13,6 +13,7 @@ struct Outcome {
 };
 extern Outcome* g_outcome;  ///< of the scenario that runs
 extern bool g_full;         ///< events are printed, too
+extern int g_logMask;       ///< what the library is told to log
 
 constexpr int kStoppedExit = 42;
 
