@@ -52,6 +52,12 @@ class CAVIFileParser {
   const SAVIStream* GetStream(int stream) const { return m_Open->movie.streams.At(stream); }
   /// Milliseconds at which the readers would stamp entry `index`, behind entries of `bytesBefore` bytes.
   uint32_t EntryTime(int stream, uint32_t index, uint64_t bytesBefore) const;
+  /// Bytes of the chunk that comes next, as the index states them; 0 where it has no entry.
+  uint32_t NextChunkSize(int stream) const {
+    const SAVIStream* record = GetStream(stream);
+    const SIndexEntry* next = record ? IndexEntry(record, record->dwCurrIdx) : nullptr;
+    return next ? ChunkSize(*next) : 0;
+  }
   /// As ::GetMoviInfo.
   int GetMoviInfo(SAVIInfo* pInfo, int stream);
   /// As ::CheckIsEAC3.

@@ -50,23 +50,24 @@ inline int PcmBlocks::GetBlock(AudioFeed& feed, const STrackInput& in, SDelivery
   }
   if (!mBuffer.IsReady()) return AVI_OUT_OF_MEMORY;
 
-  // Where chunks have been leaving as they are the next one is read to where it goes.
-  const bool straight = mPassedOn && mBuffer.size() == 0;
+  // A chunk like the last one, which left as it was, is read to where it goes.
+  const bool straight = mPassedOn != 0 && mBuffer.size() == 0 && in.file->NextChunkSize(in.stream) == mPassedOn;
   int status = straight ? feed.ReadChunk(in, out->buf, std::min(out->maxLen, AVI_CARRY_BYTES), kFirstRead, out)
                         : feed.ReadIntoCarry(in, &mBuffer, 0, kFirstRead, out);
   if (status != 0 || out->len == 0) return status;
-  SetBlockSize(in.track->audio, out->len);
-  const size_t held = mBuffer.size() + out->len;
-  mPassedOn = held <= mBlockSize + 1 && mBlockSize <= held + 1;
   if (straight) {
-    if (mPassedOn) {
+    if (out->len == mPassedOn) {
       mTimestamp = out->time;
       return 0;
     }
-    mBuffer.Put(out->buf, out->len);
+    mBuffer.Put(out->buf, out->len);  // the source gave less than the chunk has
   }
+  SetBlockSize(in.track->audio, out->len);
   mBuffer.Append(out->len);
-  if (mPassedOn) {
+  const size_t held = mBuffer.size();
+  const bool passedOn = held <= mBlockSize + 1 && mBlockSize <= held + 1;
+  mPassedOn = passedOn && held == out->len ? out->len : 0;
+  if (passedOn) {
     // The chunk leaves as one block. It is taken off the count alone: a byte held in front of it keeps its place.
     std::memcpy(out->buf, mBuffer.front(), out->len);
     mBuffer.keep_front(held - out->len);

@@ -15,7 +15,10 @@ class PcmBlocks {
   /// Gives the memory back. Explicit, because a parser destroyed without Close keeps what Open made.
   void Free() { mBuffer.Free(); }
   /// Drops the bytes held.
-  void Empty() { mBuffer.clear(); }
+  void Empty() {
+    mBuffer.clear();
+    mPassedOn = 0;  // the next chunk may be another track's
+  }
 
   /// Delivers one block with its time; samples of 24 bits become 16. @return 0, with length 0 when nothing could be
   /// read for now; AVI_END_OF_STREAM, even while bytes that end no block are held: the next call delivers them; a fatal
@@ -30,7 +33,7 @@ class PcmBlocks {
   CarryBuffer mBuffer;
   uint64_t mBlockSize = 0;  // bytes; wide, for it is doubled
   uint64_t mTimestamp = 0;  // milliseconds, of the last block delivered
-  bool mPassedOn = false;   // the last chunk read left as one block
+  uint32_t mPassedOn = 0;   // bytes of the last chunk, if it alone left as one block: its like will, too
 };
 
 #endif  // ZU_PLUGIN_PCM_BLOCKS_H_
