@@ -38,13 +38,16 @@ const Exception kExceptions[] = {
     {.from = "plugin/avi_parser.cpp", .to = "platform/properties.h"},
     {.from = "tools/observe/*", .to = "platform/properties.h"},  // which it takes the place of
     // The tree and index views show what no host can see.
-    {.from = "tools/aviprobe/core_view.cpp", .to = "avifile/*"},
-    {.from = "tools/aviprobe/core_view.cpp", .to = "source/*"},
+    {.from = "tools/aviprobe/host/core_view.cpp", .to = "avifile/*"},
+    {.from = "tools/aviprobe/host/core_view.cpp", .to = "source/*"},
 };
 
 const std::string kCoreDoor = "avifile/avi_file_parser.h";
-const Strings kCoreDoorUsers = {"avifile/avi_file_parser.cpp", "plugin/delivery.h", "tools/aviprobe/core_view.cpp",
-                                "tests/*", "fuzz/*"};
+const Strings kCoreDoorUsers = {"avifile/avi_file_parser.cpp",
+                                "plugin/delivery.h",
+                                "tools/aviprobe/host/core_view.cpp",
+                                "tests/*",
+                                "fuzz/*"};
 
 bool Matches(const std::string& pattern, const std::string& path) {
   return fnmatch(pattern.c_str(), path.c_str(), 0) == 0;

@@ -1,10 +1,10 @@
-#ifndef ZU_TOOLS_AVIPROBE_FILE_SOURCE_H_
-#define ZU_TOOLS_AVIPROBE_FILE_SOURCE_H_
+#ifndef ZU_TOOLS_AVIPROBE_HOST_FILE_SOURCE_H_
+#define ZU_TOOLS_AVIPROBE_HOST_FILE_SOURCE_H_
 
 #include <cstdint>
 #include <string>
 
-#include "tools/aviprobe/host_error.h"
+#include "tools/aviprobe/host/host_error.h"
 #include "zu_parser_avi/idata_source.h"
 
 /// The bytes of a file, for the parser to read. Anything with random access will do, a block device too.
@@ -36,4 +36,4 @@ class FileSource final : public IDataSource {
   int m_nErrno = 0;  // of the last read that failed
 };
 
-#endif  // ZU_TOOLS_AVIPROBE_FILE_SOURCE_H_
+#endif  // ZU_TOOLS_AVIPROBE_HOST_FILE_SOURCE_H_

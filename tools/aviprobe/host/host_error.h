@@ -1,5 +1,5 @@
-#ifndef ZU_TOOLS_AVIPROBE_HOST_ERROR_H_
-#define ZU_TOOLS_AVIPROBE_HOST_ERROR_H_
+#ifndef ZU_TOOLS_AVIPROBE_HOST_HOST_ERROR_H_
+#define ZU_TOOLS_AVIPROBE_HOST_HOST_ERROR_H_
 
 #include <stdexcept>
 
@@ -8,4 +8,4 @@ struct HostError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-#endif  // ZU_TOOLS_AVIPROBE_HOST_ERROR_H_
+#endif  // ZU_TOOLS_AVIPROBE_HOST_HOST_ERROR_H_

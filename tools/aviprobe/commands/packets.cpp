@@ -1,10 +1,19 @@
 #include <fmt/format.h>
 
-#include "tools/aviprobe/commands.h"
-#include "tools/aviprobe/json_line.h"
-#include "tools/aviprobe/names.h"
+#include <CLI/CLI.hpp>
+
+#include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/text/json_line.h"
+#include "tools/aviprobe/text/names.h"
 
 namespace {
+
+struct SPacketsOptions {
+  std::string sFile;
+  std::optional<uint32_t> nTrack;  ///< only this track
+  bool bHash = false;
+  bool bSummary = false;  ///< a line per track instead of one per unit
+};
 
 struct STotal {
   uint64_t nUnits = 0;
@@ -103,8 +112,6 @@ class Printer {
   bool m_bJson, m_bHash, m_bUnits;
 };
 
-}  // namespace
-
 int RunPackets(const Host& host, const SPacketsOptions& options) {
   const MediaFile file = host.Open(options.sFile);
   const std::vector<uint32_t> tracks = PlayedTracks(file, options.nTrack);
@@ -135,4 +142,17 @@ int RunPackets(const Host& host, const SPacketsOptions& options) {
   }
   printer.Total(file, tracks.size(), sum, failed);
   return failed ? 1 : 0;
+}
+
+}  // namespace
+
+void AddPackets(CLI::App& app, Command& command) {
+  auto options = std::make_shared<SPacketsOptions>();
+  CLI::App* packets = app.add_subcommand("packets", "List the units that the library delivers");
+  packets->add_option("FILE", options->sFile, "AVI file")->required();
+  packets->add_option("--track", options->nTrack, "Only this track")->type_name("N")->check(Within(0, kMaxInt));
+  packets->add_flag("--hash", options->bHash, "Add a hash of the bytes (FNV-1a, 64 bits)");
+  packets->add_flag("--summary", options->bSummary, "Only a line per track and the total");
+  packets->callback(
+      [=, &command] { command = [=](const SHostOptions& host) { return RunPackets(Host(host), *options); }; });
 }

@@ -1,5 +1,5 @@
-#ifndef ZU_TOOLS_AVIPROBE_JSON_LINE_H_
-#define ZU_TOOLS_AVIPROBE_JSON_LINE_H_
+#ifndef ZU_TOOLS_AVIPROBE_TEXT_JSON_LINE_H_
+#define ZU_TOOLS_AVIPROBE_TEXT_JSON_LINE_H_
 
 #include <fmt/format.h>
 
@@ -12,4 +12,4 @@ inline void PrintJsonLine(const Json& record) {
   fmt::print("{}\n", record.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
-#endif  // ZU_TOOLS_AVIPROBE_JSON_LINE_H_
+#endif  // ZU_TOOLS_AVIPROBE_TEXT_JSON_LINE_H_

@@ -1,4 +1,4 @@
-#include "tools/aviprobe/names.h"
+#include "tools/aviprobe/text/names.h"
 
 #include <fmt/format.h>
 

@@ -1,11 +1,18 @@
 #include <fmt/format.h>
 
-#include "tools/aviprobe/commands.h"
-#include "tools/aviprobe/core_view.h"
-#include "tools/aviprobe/json_line.h"
-#include "tools/aviprobe/parser_library.h"
+#include <CLI/CLI.hpp>
+
+#include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/host/core_view.h"
+#include "tools/aviprobe/host/parser_library.h"
+#include "tools/aviprobe/text/json_line.h"
 
 namespace {
+
+struct SIndexOptions {
+  std::string sFile;
+  std::optional<uint32_t> nTrack;  ///< only this track
+};
 
 // Written without a JSON object on the way: an index may have millions of these.
 void PrintEntry(bool json, uint32_t track, uint32_t number, const CoreView::SEntry& entry) {
@@ -18,8 +25,6 @@ void PrintEntry(bool json, uint32_t track, uint32_t number, const CoreView::SEnt
     fmt::print("{:>8} {:>12} {:>9} {:>9}{}\n", number, entry.nPosition, entry.nBytes, time, entry.bKey ? "  key" : "");
   }
 }
-
-}  // namespace
 
 int RunIndex(const SHostOptions& host, const SIndexOptions& options) {
   const CoreView view(options.sFile, host.bStreaming, LogMask(host.nVerbosity));
@@ -51,4 +56,14 @@ int RunIndex(const SHostOptions& host, const SIndexOptions& options) {
     }
   }
   return 0;
+}
+
+}  // namespace
+
+void AddIndex(CLI::App& app, Command& command) {
+  auto options = std::make_shared<SIndexOptions>();
+  CLI::App* index = app.add_subcommand("index", "List the entries of the file's index");
+  index->add_option("FILE", options->sFile, "AVI file")->required();
+  index->add_option("--track", options->nTrack, "Only this track")->type_name("N")->check(Within(0, kMaxInt));
+  index->callback([=, &command] { command = [=](const SHostOptions& host) { return RunIndex(host, *options); }; });
 }

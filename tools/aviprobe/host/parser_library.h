@@ -1,5 +1,5 @@
-#ifndef ZU_TOOLS_AVIPROBE_PARSER_LIBRARY_H_
-#define ZU_TOOLS_AVIPROBE_PARSER_LIBRARY_H_
+#ifndef ZU_TOOLS_AVIPROBE_HOST_PARSER_LIBRARY_H_
+#define ZU_TOOLS_AVIPROBE_HOST_PARSER_LIBRARY_H_
 
 #include <memory>
 #include <string>
@@ -42,4 +42,4 @@ class ParserLibrary {
   decltype(&destroyParser) m_pDestroy = nullptr;
 };
 
-#endif  // ZU_TOOLS_AVIPROBE_PARSER_LIBRARY_H_
+#endif  // ZU_TOOLS_AVIPROBE_HOST_PARSER_LIBRARY_H_

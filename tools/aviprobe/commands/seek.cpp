@@ -1,9 +1,19 @@
 #include <fmt/format.h>
 
-#include "tools/aviprobe/commands.h"
-#include "tools/aviprobe/json_line.h"
+#include <CLI/CLI.hpp>
+
+#include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/text/json_line.h"
 
 namespace {
+
+struct SSeekOptions {
+  std::string sFile;
+  unsigned long nAtMs = 0;
+  int nMode = 0;                   ///< see IParser::Seek
+  std::string sKind = "video";     ///< "video" or "audio"
+  std::optional<uint32_t> nTrack;  ///< empty: the first one of that kind
+};
 
 uint32_t FindTrack(const MediaFile& file, uint32_t type, const SSeekOptions& options) {
   const std::optional<uint32_t> track = options.nTrack ? options.nTrack : file.FirstTrack(type);
@@ -13,8 +23,6 @@ uint32_t FindTrack(const MediaFile& file, uint32_t type, const SSeekOptions& opt
   }
   return *track;
 }
-
-}  // namespace
 
 int RunSeek(const Host& host, const SSeekOptions& options) {
   const uint32_t type = options.sKind == "audio" ? AVI_TRACK_AUDIO : AVI_TRACK_VIDEO;
@@ -48,4 +56,25 @@ int RunSeek(const Host& host, const SSeekOptions& options) {
   if (trouble.empty()) return 0;
   PrintError(fmt::format("{}: track {} {} after the seek", file.Path(), track, trouble));
   return 1;
+}
+
+}  // namespace
+
+void AddSeek(CLI::App& app, Command& command) {
+  auto options = std::make_shared<SSeekOptions>();
+  CLI::App* seek = app.add_subcommand("seek", "Seek and show the unit that comes next");
+  seek->add_option("FILE", options->sFile, "AVI file")->required();
+  seek->add_option("--at", options->nAtMs, "Time to go to")->type_name("MS")->required()->check(Within(0, kMaxTime));
+  seek->add_option("--mode", options->nMode, "Key frame: 0 at or before, 1 at or after, 2 or 3 the nearer one")
+      ->type_name("0..3")
+      ->capture_default_str()
+      ->check(Within(0, 3));
+  seek->add_option("--kind", options->sKind, "What to seek in, video or audio")
+      ->type_name("KIND")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"video", "audio"}));
+  seek->add_option("--track", options->nTrack, "The track instead of the first one of its kind")
+      ->type_name("N")
+      ->check(Within(0, kMaxInt));
+  seek->callback([=, &command] { command = [=](const SHostOptions& host) { return RunSeek(Host(host), *options); }; });
 }

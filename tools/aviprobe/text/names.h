@@ -1,5 +1,5 @@
-#ifndef ZU_TOOLS_AVIPROBE_NAMES_H_
-#define ZU_TOOLS_AVIPROBE_NAMES_H_
+#ifndef ZU_TOOLS_AVIPROBE_TEXT_NAMES_H_
+#define ZU_TOOLS_AVIPROBE_TEXT_NAMES_H_
 
 #include <cstdint>
 #include <string>
@@ -17,4 +17,4 @@ std::string Printable(std::string_view text);
 /// A status as number and words, such as "-1004 (read failed)".
 std::string StatusText(int status);
 
-#endif  // ZU_TOOLS_AVIPROBE_NAMES_H_
+#endif  // ZU_TOOLS_AVIPROBE_TEXT_NAMES_H_

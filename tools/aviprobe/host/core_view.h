@@ -1,12 +1,12 @@
-#ifndef ZU_TOOLS_AVIPROBE_CORE_VIEW_H_
-#define ZU_TOOLS_AVIPROBE_CORE_VIEW_H_
+#ifndef ZU_TOOLS_AVIPROBE_HOST_CORE_VIEW_H_
+#define ZU_TOOLS_AVIPROBE_HOST_CORE_VIEW_H_
 
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 
-#include "tools/aviprobe/file_source.h"
+#include "tools/aviprobe/host/file_source.h"
 
 class AVISourceReader;
 class CAVIFileParser;
@@ -43,4 +43,4 @@ class CoreView {
   std::unique_ptr<CAVIFileParser> m_pParser;  // last: it reads until it is gone
 };
 
-#endif  // ZU_TOOLS_AVIPROBE_CORE_VIEW_H_
+#endif  // ZU_TOOLS_AVIPROBE_HOST_CORE_VIEW_H_

@@ -1,18 +1,24 @@
 #include <fmt/format.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <limits>
 #include <string_view>
 
-#include "tools/aviprobe/commands.h"
-#include "tools/aviprobe/file_source.h"
-#include "tools/aviprobe/json_line.h"
-#include "tools/aviprobe/names.h"
+#include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/host/file_source.h"
+#include "tools/aviprobe/text/json_line.h"
+#include "tools/aviprobe/text/names.h"
 
 // Walks the chunks with code of its own, so that a file which the library refuses can be looked into too.
 
 namespace {
+
+struct STreeOptions {
+  std::string sFile;
+  bool bSkipData = false;  ///< leave out data chunks that are not damaged
+};
 
 constexpr int kMaxDepth = 64;
 constexpr int64_t kHeaderBytes = 8;  // FourCC and size
@@ -169,9 +175,18 @@ class Walker {
   bool m_bJson;
 };
 
-}  // namespace
-
 int RunTree(const SHostOptions& host, const STreeOptions& options) {
   Walker(options, host.bJson).Walk();
   return 0;
+}
+
+}  // namespace
+
+void AddTree(CLI::App& app, Command& command) {
+  auto options = std::make_shared<STreeOptions>();
+  CLI::App* tree = app.add_subcommand("tree", "List the chunks of a file and what is wrong with them");
+  tree->add_option("FILE", options->sFile, "Any file")->required();
+  tree->add_flag("--skip-data", options->bSkipData,
+                 "Without the data chunks in movi that have nothing wrong with them");
+  tree->callback([=, &command] { command = [=](const SHostOptions& host) { return RunTree(host, *options); }; });
 }

@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -11,11 +12,18 @@
 #include <filesystem>
 #include <utility>
 
-#include "tools/aviprobe/commands.h"
-#include "tools/aviprobe/json_line.h"
-#include "tools/aviprobe/names.h"
+#include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/text/json_line.h"
+#include "tools/aviprobe/text/names.h"
 
 namespace {
+
+struct SExtractOptions {
+  std::string sFile;
+  std::optional<uint32_t> nTrack;  ///< only this track, to `sOutput`; empty: every played one, into `sFolder`
+  std::string sOutput;             ///< "-": stdout
+  std::string sFolder;
+};
 
 using Bytes = std::vector<uint8_t>;
 using ByteSpan = std::span<const uint8_t>;
@@ -253,8 +261,6 @@ bool ExtractTrack(const Host& host, const MediaFile& file, uint32_t track, const
   return trouble.empty();
 }
 
-}  // namespace
-
 int RunExtract(const Host& host, const SExtractOptions& options) {
   const MediaFile file = host.Open(options.sFile);
   if (options.nTrack) {
@@ -274,4 +280,22 @@ int RunExtract(const Host& host, const SExtractOptions& options) {
     if (!ExtractTrack(host, file, track, (std::filesystem::path(options.sFolder) / name).string())) code = 1;
   }
   return code;
+}
+
+}  // namespace
+
+void AddExtract(CLI::App& app, Command& command) {
+  auto options = std::make_shared<SExtractOptions>();
+  CLI::App* extract = app.add_subcommand("extract", "Write elementary streams as the decoders get them");
+  extract->add_option("FILE", options->sFile, "AVI file")->required();
+  CLI::Option* track = extract->add_option("--track", options->nTrack, "Only this track")->type_name("N");
+  CLI::Option* output = extract->add_option("-o,--output", options->sOutput, "Where to, - is stdout")->type_name("OUT");
+  track->check(Within(0, kMaxInt))->needs(output);
+  output->needs(track);
+  CLI::Option* all = extract->add_option("--all", options->sFolder, "Every track, to DIR/trackN.EXT")->type_name("DIR");
+  all->excludes(track)->excludes(output);
+  extract->callback([=, &command] {
+    if (all->empty() && track->empty()) throw CLI::RequiredError("--track with --output, or --all");
+    command = [=](const SHostOptions& host) { return RunExtract(Host(host), *options); };
+  });
 }

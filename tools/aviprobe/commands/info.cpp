@@ -1,12 +1,13 @@
 #include <fmt/format.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "tools/aviprobe/commands.h"
-#include "tools/aviprobe/core_view.h"
-#include "tools/aviprobe/json_line.h"
-#include "tools/aviprobe/names.h"
+#include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/host/core_view.h"
+#include "tools/aviprobe/text/json_line.h"
+#include "tools/aviprobe/text/names.h"
 
 namespace {
 
@@ -120,8 +121,6 @@ void PrintJson(const Host& host, const MediaFile& file) {
                  {"tracks", tracks}});
 }
 
-}  // namespace
-
 int RunInfo(const Host& host, const std::vector<std::string>& files) {
   int code = 0;
   for (const std::string& path : files) {
@@ -134,4 +133,13 @@ int RunInfo(const Host& host, const std::vector<std::string>& files) {
     }
   }
   return code;
+}
+
+}  // namespace
+
+void AddInfo(CLI::App& app, Command& command) {
+  auto files = std::make_shared<std::vector<std::string>>();
+  CLI::App* info = app.add_subcommand("info", "Show duration, tracks and their configuration");
+  info->add_option("FILE", *files, "AVI files")->required();
+  info->callback([=, &command] { command = [=](const SHostOptions& host) { return RunInfo(Host(host), *files); }; });
 }

@@ -1,4 +1,4 @@
-#include "tools/aviprobe/parser_library.h"
+#include "tools/aviprobe/host/parser_library.h"
 
 #include <dlfcn.h>
 
@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <iterator>
 
-#include "tools/aviprobe/host_error.h"
+#include "tools/aviprobe/host/host_error.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
-#ifndef ZU_TOOLS_AVIPROBE_HOST_H_
-#define ZU_TOOLS_AVIPROBE_HOST_H_
+#ifndef ZU_TOOLS_AVIPROBE_HOST_HOST_H_
+#define ZU_TOOLS_AVIPROBE_HOST_HOST_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "tools/aviprobe/file_source.h"
-#include "tools/aviprobe/host_error.h"
-#include "tools/aviprobe/parser_library.h"
+#include "tools/aviprobe/host/file_source.h"
+#include "tools/aviprobe/host/host_error.h"
+#include "tools/aviprobe/host/parser_library.h"
 
 /// What the user chose for all commands.
 struct SHostOptions {
@@ -116,4 +116,4 @@ std::string Trouble(const SPullResult& result);
 /// The same as one word for programs.
 const char* EndingName(Ending ending);
 
-#endif  // ZU_TOOLS_AVIPROBE_HOST_H_
+#endif  // ZU_TOOLS_AVIPROBE_HOST_HOST_H_

@@ -1,4 +1,4 @@
-#include "tools/aviprobe/core_view.h"
+#include "tools/aviprobe/host/core_view.h"
 
 #include <algorithm>
 #include <iterator>
@@ -6,7 +6,7 @@
 
 #include "avifile/avi_file_parser.h"
 #include "source/source_reader.h"
-#include "tools/aviprobe/names.h"
+#include "tools/aviprobe/text/names.h"
 #include "zu_parser_avi/track_info.h"
 
 CoreView::CoreView(const std::string& path, bool streaming, int logMask)

@@ -1,4 +1,4 @@
-#include "tools/aviprobe/file_source.h"
+#include "tools/aviprobe/host/file_source.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,10 +1,10 @@
-#include "tools/aviprobe/host.h"
+#include "tools/aviprobe/host/host.h"
 
 #include <fmt/format.h>
 
 #include <cstdio>
 
-#include "tools/aviprobe/names.h"
+#include "tools/aviprobe/text/names.h"
 
 namespace {
 

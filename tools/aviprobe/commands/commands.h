@@ -1,0 +1,40 @@
+#ifndef ZU_TOOLS_AVIPROBE_COMMANDS_COMMANDS_H_
+#define ZU_TOOLS_AVIPROBE_COMMANDS_COMMANDS_H_
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <functional>
+#include <limits>
+
+#include "tools/aviprobe/host/host.h"
+
+/// What the user asked for; made while the command line is read, run when all of it is known. Prints on stdout and
+/// returns the exit code of the tool.
+using Command = std::function<int(const SHostOptions&)>;
+
+// Each adds its subcommand, which makes `command`.
+
+/// What a file holds, track by track.
+void AddInfo(CLI::App& app, Command& command);
+/// Every unit that the library delivers, and totals.
+void AddPackets(CLI::App& app, Command& command);
+/// Where a seek lands: the next unit after it.
+void AddSeek(CLI::App& app, Command& command);
+/// The elementary streams as the decoders get them.
+void AddExtract(CLI::App& app, Command& command);
+
+// These two do not go through the library: they show what no host can ask for.
+
+/// The index as the library's own classes find it.
+void AddIndex(CLI::App& app, Command& command);
+/// Every chunk of a file, whether the library can open it or not.
+void AddTree(CLI::App& app, Command& command);
+
+// For their options.
+
+/// Accepts whole numbers from `low` to `high`. An unsigned option alone would take a minus sign as a huge number.
+inline CLI::Validator Within(int64_t low, int64_t high) { return CLI::Range(low, high).description(""); }
+constexpr int64_t kMaxTime = std::numeric_limits<uint32_t>::max();
+constexpr int64_t kMaxInt = std::numeric_limits<int32_t>::max();
+
+#endif  // ZU_TOOLS_AVIPROBE_COMMANDS_COMMANDS_H_
