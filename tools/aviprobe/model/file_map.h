@@ -14,7 +14,7 @@
 // Windows multimedia SDK, and the OpenDML AVI File Format Extensions 1.02.
 
 constexpr int64_t kChunkHeaderBytes = 8;  ///< FourCC and size
-constexpr int kNoStream = -1;
+constexpr int16_t kNoStream = -1;
 
 /// One thing that is wrong with a chunk.
 enum class EMark {
@@ -39,8 +39,8 @@ struct SMark {
 struct SChunk {
   int64_t nOffset = 0;  ///< of the header
   uint32_t nSize = 0;   ///< bytes of data as declared, form type included
-  FourCC id;
-  FourCC type;           ///< form type of a list
+  FourCC id{};
+  FourCC type{};         ///< form type of a list
   int32_t nParent = -1;  ///< index in SFileMap::chunks
   int16_t nDepth = 0;
   int16_t nStream = kNoStream;  ///< of a data chunk "##xx" in movi
@@ -84,13 +84,13 @@ struct SMainHeader {
 /// One "strl" list.
 struct SStreamHeader {
   int64_t nListOffset = 0;
-  std::optional<int64_t> nStrhOffset, nStrfOffset;  ///< of their data; none: there is no such chunk
-  FourCC kind;                                      ///< "vids", "auds", "txts", "mids"
-  FourCC handler;
+  std::optional<int64_t> nStrhOffset{}, nStrfOffset{};  ///< of their data; none: there is no such chunk
+  FourCC kind{};                                        ///< "vids", "auds", "txts", "mids"
+  FourCC handler{};
   uint32_t nFlags = 0, nInitialFrames = 0, nScale = 0, nRate = 0, nStart = 0, nLength = 0, nSuggestedBufferSize = 0,
            nSampleSize = 0;
-  std::vector<uint8_t> format;  ///< "strf", at most 64 KiB of it
-  std::string sName;            ///< "strn"
+  std::vector<uint8_t> format{};  ///< "strf", at most 64 KiB of it
+  std::string sName{};            ///< "strn"
 
   bool IsVideo() const { return kind == FourCC("vids"); }
   bool IsAudio() const { return kind == FourCC("auds"); }
@@ -115,7 +115,7 @@ struct SIndexRef {
   int64_t nAt = 0;        ///< of the entry itself in the file
   int64_t nPosition = 0;  ///< of the chunk's header that it names, resolved; may lie anywhere, below 0 too
   uint32_t nSize = 0;     ///< bytes of data that it states
-  FourCC id;              ///< as it states; of OpenDML that of the index's header
+  FourCC id{};            ///< as it states; of OpenDML that of the index's header
   int16_t nStream = kNoStream;
   bool bKey = false;
   int32_t nChunk = -1;  ///< the chunk that the walk found at that position; -1: none begins there

@@ -1,0 +1,81 @@
+#include "tools/aviprobe/model/file_map.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "tools/aviprobe/model/chunk_walk.h"
+#include "tools/aviprobe/model/header_map.h"
+#include "tools/aviprobe/model/index_map.h"
+
+namespace {
+
+struct SMarkWords {
+  const char* pName;
+  const char* pText;  ///< takes the bytes
+};
+
+SMarkWords WordsOf(EMark mark) {
+  switch (mark) {
+    case EMark::kPastList:
+      return {"past_list", "runs {} bytes past the end of its list"};
+    case EMark::kPastFile:
+      return {"past_file", "runs {} bytes past the end of the file"};
+    case EMark::kEmpty:
+      return {"empty", "size 0"};
+    case EMark::kBadId:
+      return {"bad_id", "FourCC not printable"};
+    case EMark::kUnknownId:
+      return {"unknown_id", "no chunk that an AVI file has"};
+    case EMark::kMisplacedId:
+      return {"misplaced_id", "does not belong in this list"};
+    case EMark::kNoType:
+      return {"no_type", "no room for its form type"};
+    case EMark::kNoPad:
+      return {"no_pad", "no pad byte"};
+    case EMark::kTooDeep:
+      return {"too_deep", "lists nested too deep to go on"};
+    case EMark::kWrongSize:
+      return {"wrong_size", "its size is wrong: what follows begins where {} bytes would end"};
+  }
+  return {"", ""};
+}
+
+}  // namespace
+
+SFileMap MapFile(FileSource& source, const std::string& path, const SMapOptions& options) {
+  SFileMap map;
+  map.sPath = path;
+  map.nSize = source.Size();
+  WalkChunks(source, options, &map);
+  ReadHeaders(source, &map);
+  ReadIndexes(source, options.bEntries, &map);
+  return map;
+}
+
+bool SFileMap::IsAvi() const {
+  return !chunks.empty() && chunks[0].nOffset == 0 && chunks[0].bList && chunks[0].id == FourCC("RIFF") &&
+         chunks[0].type == FourCC("AVI ");
+}
+
+const SChunk* SFileMap::ChunkAt(int64_t offset) const {
+  const auto found = std::lower_bound(chunks.begin(), chunks.end(), offset,
+                                      [](const SChunk& chunk, int64_t at) { return chunk.nOffset < at; });
+  return found != chunks.end() && found->nOffset == offset ? &*found : nullptr;
+}
+
+std::vector<SMark> SFileMap::MarksOf(size_t chunk) const {
+  std::vector<SMark> found;
+  auto next = std::lower_bound(marks.begin(), marks.end(), chunk,
+                               [](const SMarked& marked, size_t number) { return marked.nChunk < number; });
+  for (; next != marks.end() && next->nChunk == chunk; ++next) found.push_back(next->mark);
+  return found;
+}
+
+int64_t SFileMap::PresentBytes(const SChunk& chunk) const {
+  return std::clamp<int64_t>(nSize - chunk.DataOffset(), 0, std::max<int64_t>(chunk.End() - chunk.DataOffset(), 0));
+}
+
+const char* MarkName(EMark mark) { return WordsOf(mark).pName; }
+
+std::string MarkText(const SMark& mark) { return fmt::format(fmt::runtime(WordsOf(mark.mark).pText), mark.nBytes); }

@@ -1,0 +1,3 @@
+#include "tools/aviprobe/model/file_map.h"
+
+std::vector<SField> DecodeFields(FileSource&, const SFileMap&, size_t) { return {}; }
