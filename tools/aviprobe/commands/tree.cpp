@@ -112,7 +112,7 @@ class Printer {
 
 void PrintTree(const std::string& path, const STreeOptions& options, bool json) {
   FileSource source(path, false);
-  const SFileMap map = MapFile(source, path, {.bResync = options.bResync, .bEntries = false});
+  const SFileMap map = MapFile(source, path, {.bResync = options.bResync});
   Printer(source, map, options, json).Print();
 }
 

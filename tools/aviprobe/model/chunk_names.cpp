@@ -7,7 +7,7 @@ namespace {
 
 // Where a chunk may stand.
 constexpr unsigned kInFile = 1, kInRiff = 2, kInHeader = 4, kInStream = 8, kInOdml = 16, kInMovi = 32;
-constexpr unsigned kAnywhere = kInFile | kInRiff | kInHeader | kInStream | kInOdml | kInMovi;
+constexpr unsigned kInLists = kInRiff | kInHeader | kInStream | kInOdml | kInMovi;
 
 struct SPlaces {
   FourCC name;
@@ -21,23 +21,24 @@ constexpr SPlaces kChunks[] = {
     {"strd", kInStream},
     {"strn", kInStream},
     {"indx", kInStream},
-    {"vprp", kInStream},
+    {"vprp", kInHeader | kInStream},
     {"dmlh", kInOdml},
     {"idx1", kInRiff},
-    {"IDIT", kInRiff | kInHeader | kInStream},
-    {"ISMP", kInRiff | kInHeader | kInStream},
-    {"DISP", kInRiff},
-    {"_PMX", kInRiff},
-    {"ID3 ", kInRiff},
-    {"id3 ", kInRiff},
-    {"bext", kInRiff},
-    {"JUNK", kAnywhere},
-    {"junk", kAnywhere},
-    {"PAD ", kAnywhere},
+    {"IDIT", kInLists},
+    {"ISMP", kInLists},
+    {"DISP", kInLists},
+    {"_PMX", kInLists},
+    {"ID3 ", kInLists},
+    {"id3 ", kInLists},
+    {"bext", kInLists},
+    {"JUNK", kInFile | kInLists},
+    {"junk", kInFile | kInLists},
+    {"PAD ", kInFile | kInLists},
 };
 constexpr SPlaces kLists[] = {
-    {"AVI ", kInFile},   {"AVIX", kInFile},   {"hdrl", kInRiff}, {"movi", kInRiff},
-    {"strl", kInHeader}, {"odml", kInHeader}, {"rec ", kInMovi}, {"INFO", kAnywhere & ~kInFile},
+    {"AVI ", kInFile}, {"AVIX", kInFile},   {"hdrl", kInRiff},
+    {"movi", kInRiff}, {"strl", kInHeader}, {"odml", kInRiff | kInHeader},
+    {"rec ", kInMovi}, {"INFO", kInLists},
 };
 struct SPlace {
   FourCC type;
@@ -66,9 +67,9 @@ bool IsChunkIndexId(const FourCC& id) {
 unsigned PlacesOf(const FourCC& id, const FourCC* type) {
   if (IsListId(id)) {
     const bool riff = id == FourCC("RIFF");
-    if (!type) return riff ? kInFile : kAnywhere & ~kInFile;
+    if (!type) return riff ? kInFile : kInLists;
     if (const SPlaces* list = Find(kLists, *type)) return list->nPlaces;
-    return riff ? 0 : kAnywhere & ~kInFile;  // writers keep notes of their own in lists
+    return riff ? 0 : kInLists;  // writers keep notes of their own in lists
   }
   if (IsDataId(id) || IsChunkIndexId(id)) return kInMovi;
   const SPlaces* chunk = Find(kChunks, id);

@@ -3,10 +3,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "tools/aviprobe/model/chunk_walk.h"
 #include "tools/aviprobe/model/header_map.h"
 #include "tools/aviprobe/model/index_map.h"
+#include "tools/aviprobe/model/wrong_sizes.h"
 
 namespace {
 
@@ -47,9 +49,10 @@ SFileMap MapFile(FileSource& source, const std::string& path, const SMapOptions&
   SFileMap map;
   map.sPath = path;
   map.nSize = source.Size();
-  WalkChunks(source, options, &map);
+  std::vector<SSuspect> suspects = WalkChunks(source, options.bResync, &map);
   ReadHeaders(source, &map);
   ReadIndexes(source, options.bEntries, &map);
+  SettleSizes(std::move(suspects), &map);
   return map;
 }
 
