@@ -4,17 +4,50 @@
 #include <cstring>
 
 #include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/host/isolation.h"
+#include "tools/aviprobe/host/last_words.h"
 
 namespace {
+
+/// "N:STATUS".
+SSimulation::SFailure ParseFailure(const std::string& text) {
+  const size_t colon = text.find(':');
+  SSimulation::SFailure failure{};
+  const bool good = colon != std::string::npos && CLI::detail::lexical_cast(text.substr(0, colon), failure.nRead) &&
+                    CLI::detail::lexical_cast(text.substr(colon + 1), failure.nStatus);
+  if (!good || text[0] == '-' || failure.nRead < 1 || failure.nStatus >= 0) {
+    throw CLI::ValidationError("--fail-at", "takes a number from 1, a colon and a status below 0: 100:-1004");
+  }
+  return failure;
+}
+
+void AddSourceOptions(CLI::App& app, SSimulation& simulation) {
+  app.add_flag("--streaming", simulation.bStreaming,
+               "Hide the length of the file, as a source still being received does");
+  app.add_option("--chunk-bytes", simulation.nChunkBytes, "Let each read of the file deliver at most that much")
+      ->type_name("BYTES")
+      ->check(Within(1, kMaxInt));
+  app.add_option_function<std::string>(
+         "--fail-at", [&](const std::string& text) { simulation.failure = ParseFailure(text); },
+         "Let the Nth read, counted from 1, and all behind it fail with this status")
+      ->type_name("N:STATUS");
+  app.add_option("--block-every", simulation.nBlockEvery, "Let each Nth read say that it would block")
+      ->type_name("N")
+      ->check(Within(2, kMaxInt));
+}
 
 void AddHostOptions(CLI::App& app, SHostOptions& options) {
   app.add_option("--library", options.sLibrary, "The parser library to use instead of the one that belongs to the tool")
       ->type_name("PATH");
-  app.add_option("--buffer", options.nBuffer, "Size of the buffer for one unit")
+  app.add_option("--buffer", options.nBuffer, "Size of the buffer for one unit, instead of one that grows with need")
       ->type_name("BYTES")
+      ->check(Within(1, kMaxInt));
+  AddSourceOptions(app, options);
+  app.add_option("--timeout", options.nSeconds, "How long the work on one file may take")
+      ->type_name("SECONDS")
       ->capture_default_str()
       ->check(Within(1, kMaxInt));
-  app.add_flag("--streaming", options.bStreaming, "Hide the length of the file, as a source still being received does");
+  app.add_flag("--in-process", options.bInProcess, "Start no process for a file's work: for debuggers");
   app.add_flag("--json", options.bJson, "Print JSON, one record a line");
   app.add_flag("-v,--verbose", options.nVerbosity,
                "Show the library's messages; twice: debugging too, thrice: every read");
@@ -40,14 +73,14 @@ int main(int argc, char** argv) try {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : 2;
+    return app.exit(error) == 0 ? kExitFine : kExitUsage;
   }
 
-  std::setvbuf(stdout, nullptr, _IOFBF, 1 << 16);
+  BufferStdout();
   const int code = command(options);
   if (std::fflush(stdout) == 0) return code;
   throw HostError(std::string("cannot write: ") + std::strerror(errno));
 } catch (const std::exception& error) {
   PrintError(error.what());
-  return 1;
+  return kExitUnreadable;
 }

@@ -1,8 +1,12 @@
 #include "tools/aviprobe/host/host.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <new>
+#include <utility>
 
 #include "tools/aviprobe/text/names.h"
 
@@ -12,16 +16,45 @@ constexpr int kMaxEmptyReads = 1000;  // in a row; a real host would hang on a t
 
 const TrackInfo kNoTrack{};
 
+struct SPull {
+  int nStatus = AVI_END_OF_STREAM;
+  unsigned long nLength = 0, nTimeMs = 0;
+};
+
+SPull PullOnce(const MediaFile& file, uint32_t trackType, std::span<uint8_t> buffer) {
+  IParser& parser = file.Parser();
+  SPull pull;
+  file.Source().BeginCall(buffer);
+  switch (trackType) {
+    case AVI_TRACK_VIDEO:
+      pull.nStatus = parser.GetVideoData(buffer.data(), &pull.nLength, &pull.nTimeMs, buffer.size(), false);
+      break;
+    case AVI_TRACK_AUDIO:
+      pull.nStatus = parser.GetAudioData(buffer.data(), &pull.nLength, &pull.nTimeMs, buffer.size());
+      break;
+    case AVI_TRACK_TEXT:
+      pull.nStatus = parser.GetTextData(buffer.data(), &pull.nLength, &pull.nTimeMs, buffer.size());
+      break;
+  }
+  return pull;
+}
+
+/// The most that one unit of the file can have.
+size_t LargestUnit(const MediaFile& file) {
+  return std::min(static_cast<size_t>(std::max<int64_t>(file.Source().Size(), 1)), kLargestBuffer);
+}
+
 }  // namespace
 
-MediaFile::MediaFile(const ParserLibrary& library, const std::string& path, bool streaming)
+MediaFile::MediaFile(const ParserLibrary& library, const std::string& path, const SSimulation& simulation)
     : m_sPath(path),
-      m_pSource(std::make_unique<FileSource>(path, streaming)),
+      m_pSource(std::make_unique<SimulatedSource>(path, simulation)),
       m_pParser(library.CreateParser()),
       m_nTracks(0) {
   if (const int status = m_pParser->Open(m_pSource.get()); status != AVI_OK) {
-    if (status == AVI_OPEN_FAILED) throw m_pSource->ParseError();
-    throw HostError(path + ": not opened: " + StatusText(status));
+    if (m_pSource->HasFailed()) throw m_pSource->ParseError();
+    if (status == AVI_OPEN_FAILED) throw RefusedError(m_pSource->ParseError(), status);
+    throw RefusedError(HostError(path + ": not opened: " + StatusText(status)), status);
   }
   const int tracks = m_pParser->GetTrackCount();
   if (tracks > 0) m_nTracks = static_cast<uint32_t>(tracks);
@@ -75,50 +108,66 @@ MediaFile::SConfig MediaFile::ReadConfig(uint32_t track, std::span<uint8_t> buff
   return config;
 }
 
+bool Host::UnitBuffer::Reserve(size_t bytes) {
+  if (bytes <= m_nBytes) return true;
+  std::unique_ptr<uint8_t[]> larger(new (std::nothrow) uint8_t[bytes]);
+  if (!larger) return false;
+  m_pBytes = std::move(larger);
+  m_nBytes = bytes;
+  return true;
+}
+
 Host::Host(const SHostOptions& options)
-    : m_Options(options),
-      m_Library(options.sLibrary, options.nVerbosity),
-      m_pBuffer(std::make_unique_for_overwrite<uint8_t[]>(options.nBuffer)) {}
+    : m_Options(options), m_Library(options.sLibrary, options.nVerbosity), m_pBuffer(std::make_unique<UnitBuffer>()) {
+  if (!m_pBuffer->Reserve(options.nBuffer.value_or(kUsualBuffer))) throw HostError("no memory for the buffer");
+}
+
+MediaFile Host::Open(const std::string& path) const {
+  MediaFile file(m_Library, path, m_Options);
+  // Where there is no memory for that much, it is the usual size.
+  if (!m_Options.nBuffer) m_pBuffer->Reserve(LargestUnit(file));
+  return file;
+}
 
 SPullResult Host::Pull(const MediaFile& file, uint32_t trackType,
                        const std::function<bool(const SUnit&)>& onUnit) const {
-  IParser& parser = file.Parser();
-  unsigned char* const buffer = m_pBuffer.get();
-  const unsigned long capacity = m_Options.nBuffer;
-  SPullResult result{Ending::kEndOfTrack, AVI_END_OF_STREAM, 0};
+  const std::span<uint8_t> buffer = Buffer();
+  SPullResult result{Ending::kEndOfTrack, AVI_END_OF_STREAM, 0, buffer.size()};
   for (int emptyReads = 0; emptyReads < kMaxEmptyReads;) {
-    unsigned long length = 0, time = 0;
-    switch (trackType) {
-      case AVI_TRACK_VIDEO:
-        result.nStatus = parser.GetVideoData(buffer, &length, &time, capacity, false);
-        break;
-      case AVI_TRACK_AUDIO:
-        result.nStatus = parser.GetAudioData(buffer, &length, &time, capacity);
-        break;
-      case AVI_TRACK_TEXT:
-        result.nStatus = parser.GetTextData(buffer, &length, &time, capacity);
-        break;
-      default:
-        return result;
+    const SPull pull = PullOnce(file, trackType, buffer);
+    result.nStatus = pull.nStatus;
+    if (pull.nStatus == AVI_END_OF_STREAM) {
+      result.nTooLarge = TooLarge(file, trackType);
+      return result;
     }
-    if (result.nStatus == AVI_END_OF_STREAM) return result;
-    if (result.nStatus != AVI_OK || length > capacity) {
+    if (pull.nStatus != AVI_OK || pull.nLength > buffer.size()) {
       result.ending = Ending::kFailed;
       return result;
     }
-    if (length == 0) {
+    if (pull.nLength == 0) {
       ++result.nEmptyReads;
       ++emptyReads;
       continue;
     }
     emptyReads = 0;
-    if (!onUnit({{buffer, length}, time})) {
+    const SimulatedSource::SCall& call = file.Source().Call();
+    if (!onUnit({buffer.first(pull.nLength), pull.nTimeMs, call.nPosition, call.nReads})) {
       result.ending = Ending::kStopped;
       return result;
     }
   }
   result.ending = Ending::kStalled;
   return result;
+}
+
+size_t Host::TooLarge(const MediaFile& file, uint32_t trackType) const {
+  const size_t room = LargestUnit(file);
+  if (!m_Options.nBuffer || room <= *m_Options.nBuffer) return 0;
+  UnitBuffer larger;
+  if (!larger.Reserve(room)) return 0;
+  const SPull pull = PullOnce(file, trackType, larger.Bytes());
+  // A unit that would have fitted is one that the library found behind the end, such as the rest of re-cut sound.
+  return pull.nStatus == AVI_OK && pull.nLength > *m_Options.nBuffer ? pull.nLength : 0;
 }
 
 SPullResult Host::PullTrack(const MediaFile& file, uint32_t track,
@@ -140,10 +189,14 @@ uint64_t Hash(std::span<const uint8_t> bytes, uint64_t hash) {
 
 void PrintError(const std::string& message) {
   std::fflush(stdout);
-  fmt::print(stderr, "aviprobe: {}\n", message);
+  const char* const erase = isatty(STDERR_FILENO) ? "\r\033[K" : "";  // a line that tells how far the work is
+  fmt::print(stderr, "{}aviprobe: {}\n", erase, message);
 }
 
 std::string Trouble(const SPullResult& result) {
+  if (result.nTooLarge) {
+    return fmt::format("ended at a unit of {} bytes, above the buffer of {}", result.nTooLarge, result.nBuffer);
+  }
   switch (result.ending) {
     case Ending::kEndOfTrack:
     case Ending::kStopped:

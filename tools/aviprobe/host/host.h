@@ -10,23 +10,32 @@
 #include <string>
 #include <vector>
 
-#include "tools/aviprobe/host/file_source.h"
 #include "tools/aviprobe/host/host_error.h"
 #include "tools/aviprobe/host/parser_library.h"
+#include "tools/aviprobe/host/simulated_source.h"
 
 /// What the user chose for all commands.
-struct SHostOptions {
-  std::string sLibrary;       ///< path of the parser library, empty: look for it
-  int nVerbosity = 0;         ///< see ParserLibrary
-  bool bStreaming = false;    ///< hide the files' lengths from the parser
-  size_t nBuffer = 4u << 20;  ///< bytes that a unit may have
-  bool bJson = false;         ///< print JSON, one record a line
+struct SHostOptions : SSimulation {
+  std::string sLibrary;     ///< path of the parser library, empty: look for it
+  int nVerbosity = 0;       ///< see ParserLibrary
+  bool bJson = false;       ///< print JSON, one record a line
+  bool bInProcess = false;  ///< no child process for a file's work, for debuggers: a crash is the tool's
+  unsigned nSeconds = 600;  ///< that the work on one file may take, see ForEachFile
+  /// Bytes that a unit may have; none: as many as units of the file can have, see Host::Open.
+  std::optional<size_t> nBuffer{};
 };
+
+/// Units up to this size are what a host should be ready for; see STrackPlayback::nGrown.
+constexpr size_t kUsualBuffer = 4u << 20;
+/// No unit gets more, whatever the file says.
+constexpr size_t kLargestBuffer = 256u << 20;
 
 /// One access unit. `payload` lies in the host's buffer and lasts until the next pull.
 struct SUnit {
   std::span<const uint8_t> payload;
   unsigned long nTimeMs;
+  int64_t nPosition = -1;  ///< in the file, of the last read for it; -1: none was made in its call
+  uint32_t nReads = 0;     ///< source reads of its call
 };
 
 enum class Ending {
@@ -40,16 +49,27 @@ struct SPullResult {
   Ending ending;
   int nStatus;           ///< the parser's last status
   uint64_t nEmptyReads;  ///< successes without bytes
+  size_t nBuffer = 0;    ///< bytes that the host had for a unit
+  /// Bytes of a unit that did not fit and so ended the track. The library does not tell it from the end: the host asks
+  /// once more with all the room that the file could fill. 0: it was the end.
+  size_t nTooLarge = 0;
+};
+
+/// The library refused a file that could be read.
+struct RefusedError : HostError {
+  RefusedError(const HostError& error, int status) : HostError(error), nStatus(status) {}
+  int nStatus;
 };
 
 /// A file opened through the parser.
 class MediaFile {
  public:
-  /// @throw HostError that starts with the file's name.
-  MediaFile(const ParserLibrary& library, const std::string& path, bool streaming);
+  /// @throw HostError that starts with the file's name, RefusedError when it is the library that does not want it.
+  MediaFile(const ParserLibrary& library, const std::string& path, const SSimulation& simulation);
 
   IParser& Parser() const { return *m_pParser; }
   const std::string& Path() const { return m_sPath; }
+  SimulatedSource& Source() const { return *m_pSource; }
 
   /// Milliseconds.
   unsigned long Duration() const;
@@ -74,7 +94,7 @@ class MediaFile {
 
  private:
   std::string m_sPath;
-  std::unique_ptr<FileSource> m_pSource;
+  std::unique_ptr<SimulatedSource> m_pSource;
   ParserHandle m_pParser;  // after the source, which it reads until it is closed
   uint32_t m_nTracks;
 };
@@ -85,8 +105,10 @@ class Host {
   /// @throw HostError when the library cannot be loaded.
   explicit Host(const SHostOptions& options);
 
-  /// @throw HostError that starts with the file's name.
-  MediaFile Open(const std::string& path) const { return MediaFile(m_Library, path, m_Options.bStreaming); }
+  /// Unless the user gave the size of the buffer, it grows to what a unit of this file can have: a unit above the
+  /// buffer would look like the end of its track. Memory that no unit fills is never touched and costs nothing.
+  /// @throw HostError that starts with the file's name, RefusedError when it is the library that does not want it.
+  MediaFile Open(const std::string& path) const;
 
   /// Pulls the units of one type of track, from where the parser stands, until `onUnit` returns false or no more come.
   SPullResult Pull(const MediaFile& file, uint32_t trackType, const std::function<bool(const SUnit&)>& onUnit) const;
@@ -94,14 +116,26 @@ class Host {
   /// The same for one track from its start, which is selected first.
   SPullResult PullTrack(const MediaFile& file, uint32_t track, const std::function<bool(const SUnit&)>& onUnit) const;
 
-  std::span<uint8_t> Buffer() const { return {m_pBuffer.get(), m_Options.nBuffer}; }
+  std::span<uint8_t> Buffer() const { return m_pBuffer->Bytes(); }
   const SHostOptions& Options() const { return m_Options; }
   bool Json() const { return m_Options.bJson; }
 
  private:
+  class UnitBuffer {
+   public:
+    std::span<uint8_t> Bytes() const { return {m_pBytes.get(), m_nBytes}; }
+    /// Makes room; what was in it is lost. @return whether there is memory.
+    bool Reserve(size_t bytes);
+
+   private:
+    std::unique_ptr<uint8_t[]> m_pBytes;
+    size_t m_nBytes = 0;
+  };
+  size_t TooLarge(const MediaFile& file, uint32_t trackType) const;
+
   SHostOptions m_Options;
   ParserLibrary m_Library;
-  std::unique_ptr<uint8_t[]> m_pBuffer;
+  std::unique_ptr<UnitBuffer> m_pBuffer;
 };
 
 /// Hash of no bytes.

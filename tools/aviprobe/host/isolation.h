@@ -42,15 +42,19 @@ struct SOutcome {
   std::string sOutput;         ///< what it printed, where that was asked for
 };
 
+/// What a command wants; SHostOptions::bInProcess and nSeconds are the user's part of it.
 struct SIsolation {
-  bool bInProcess = false;   ///< no child, for debuggers: a crash is the tool's
   unsigned nJobs = 1;        ///< files at the same time; more than 1 keeps each file's output together, in order
-  unsigned nSeconds = 600;   ///< that one file may take
   bool bKeepOutput = false;  ///< to SOutcome::sOutput instead of stdout
 };
 
-/// Does `work` for each file, which returns that file's exit code. A HostError is printed and is kExitUnreadable.
-/// After a file that gave up a line on stderr names it, how and where; the other files go on.
+/// Does `work` for each file, which returns that file's exit code. An exception is printed and is kExitUnreadable.
+/// After a file that gave up a line on stderr names it, how and where; the other files go on. What it printed before is
+/// there.
+///
+/// The time limit is wall time, but for that in which nobody takes what is on stdout. While work takes longer than a
+/// second and stderr is a terminal, a line there says how far it is; stdout of the work is no terminal then, so ask for
+/// its manners before. Ctrl-C ends the children, then this process by the same signal; so does a stdout that closed.
 /// @return as many as files, in their order.
 std::vector<SOutcome> ForEachFile(const SHostOptions& host, const SIsolation& isolation,
                                   const std::vector<std::string>& files,

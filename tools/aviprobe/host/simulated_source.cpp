@@ -1,0 +1,55 @@
+#include "tools/aviprobe/host/simulated_source.h"
+
+#include <algorithm>
+#include <functional>
+
+#include "zu_parser_avi/status.h"
+
+namespace {
+
+constexpr uint64_t kHeaderRead = 12;  // how the library reads a chunk's header: with the form type a list would have
+
+}  // namespace
+
+int SimulatedSource::ReadAt(int64_t offset, void* buffer, uint64_t* length) noexcept {
+  ++m_nReads;
+  ++m_Call.nReads;
+  int status = AVI_OK;
+  if (m_Simulation.failure && m_nReads >= m_Simulation.failure->nRead) {
+    status = m_Simulation.failure->nStatus;
+    m_bFailed = m_bMadeToFail = true;
+  } else if (m_Simulation.nBlockEvery && m_nReads % m_Simulation.nBlockEvery == 0) {
+    status = AVI_SOURCE_WOULD_BLOCK;
+  }
+  if (status < 0) {
+    *length = 0;
+    return status;
+  }
+  if (m_Simulation.nChunkBytes) *length = std::min(*length, m_Simulation.nChunkBytes);
+  status = m_File.ReadAt(offset, buffer, length);
+  if (status >= 0) Note(offset, buffer, *length);
+  if (status == AVI_IO_ERROR) m_bFailed = true;
+  return status;
+}
+
+void SimulatedSource::BeginCall(std::span<const uint8_t> unit) {
+  m_Call = {};
+  m_Unit = unit;
+  m_nRank = 0;
+}
+
+void SimulatedSource::Note(int64_t offset, const void* buffer, uint64_t length) {
+  m_nBytesRead += length;
+  if (length == 0) return;
+  const auto* to = static_cast<const uint8_t*>(buffer);
+  const bool inUnit = !std::less<>()(to, m_Unit.data()) && std::less<>()(to, m_Unit.data() + m_Unit.size());
+  const int rank = inUnit ? 3 : length != kHeaderRead ? 2 : 1;
+  if (rank < m_nRank) return;
+  m_nRank = rank;
+  m_Call.nPosition = offset;
+}
+
+HostError SimulatedSource::ParseError() const {
+  const HostError error = m_File.ParseError();
+  return m_bMadeToFail ? HostError(std::string(error.what()) + " (reads were made to fail)") : error;
+}

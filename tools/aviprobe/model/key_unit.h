@@ -1,0 +1,14 @@
+#ifndef ZU_TOOLS_AVIPROBE_MODEL_KEY_UNIT_H_
+#define ZU_TOOLS_AVIPROBE_MODEL_KEY_UNIT_H_
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "zu_parser_avi/track_info.h"
+
+/// Whether a decoder can begin with this delivered unit, as its own bytes tell. None: the codec does not let one tell,
+/// or the unit has no picture; sound and text too, of which any unit will do.
+std::optional<bool> IsKeyUnit(const TrackInfo& info, std::span<const uint8_t> unit);
+
+#endif  // ZU_TOOLS_AVIPROBE_MODEL_KEY_UNIT_H_
