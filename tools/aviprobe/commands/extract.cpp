@@ -6,24 +6,27 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <set>
 #include <utility>
 
 #include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/names.h"
 
 namespace {
 
 struct SExtractOptions {
-  std::string sFile;
+  std::vector<std::string> files;
   std::optional<uint32_t> nTrack;  ///< only this track, to `sOutput`; empty: every played one, into `sFolder`
   std::string sOutput;             ///< "-": stdout
   std::string sFolder;
 };
+
+constexpr uint64_t kUnitsPerReport = 100;
 
 using Bytes = std::vector<uint8_t>;
 using ByteSpan = std::span<const uint8_t>;
@@ -68,34 +71,6 @@ class Output {
   std::string m_sPath;
   int m_nFd;
   uint64_t m_nWritten = 0;
-};
-
-/// A line on a terminal that tells how far a long run is, gone when it is over.
-class Progress {
- public:
-  Progress(uint32_t track, unsigned long durationMs) : m_nTrack(track), m_nDurationMs(durationMs) {}
-  ~Progress() {
-    if (m_bDrawn) fmt::print(stderr, "\r\033[K");
-  }
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
-
-  void Update(uint64_t bytes, unsigned long timeMs) {
-    const auto now = std::chrono::steady_clock::now();
-    if (!m_bTerminal || now - m_Last < std::chrono::milliseconds(200)) return;
-    m_Last = now;
-    m_bDrawn = true;
-    const auto seconds = [](unsigned long ms) { return static_cast<double>(ms) / 1000; };
-    fmt::print(stderr, "\r\033[Ktrack {}: {:.0f} of {:.0f} s, {} KiB", m_nTrack, seconds(timeMs),
-               seconds(m_nDurationMs), bytes >> 10);
-  }
-
- private:
-  bool m_bTerminal = isatty(STDERR_FILENO) != 0;
-  std::chrono::steady_clock::time_point m_Last = std::chrono::steady_clock::now();
-  bool m_bDrawn = false;
-  uint32_t m_nTrack;
-  unsigned long m_nDurationMs;
 };
 
 bool IsMpeg4Part2(uint32_t codec) {
@@ -216,23 +191,21 @@ class AdtsHeaders {
 };
 
 /// @return whether the track came out whole. What there is of one that did not stays.
-bool ExtractTrack(const Host& host, const MediaFile& file, uint32_t track, const std::string& path) {
+bool ExtractTrack(const Host& host, const MediaFile& file, uint32_t track, const std::string& path,
+                  Progress& progress) {
   const TrackInfo& info = file.Track(track);
   const AdtsHeaders adts(file, track);
   Output output(path, file.Path());
+  const double duration = static_cast<double>(std::max(file.Duration(), 1ul));
   uint64_t units = 0;
-  SPullResult result;
-  {
-    Progress progress(track, file.Duration());
-    result = host.PullTrack(file, track, [&](const SUnit& unit) {
-      if (units++ == 0 && info.nTrackType == AVI_TRACK_VIDEO) output.Write(LeadIn(file, track, unit.payload));
-      adts.WriteFor(unit.payload, &output);
-      output.Write(unit.payload);
-      progress.Update(output.Written(), unit.nTimeMs);
-      return true;
-    });
-  }
-
+  progress.Stage(fmt::format("extracting track {}", track));
+  const SPullResult result = host.PullTrack(file, track, [&](const SUnit& unit) {
+    if (units++ == 0 && info.nTrackType == AVI_TRACK_VIDEO) output.Write(LeadIn(file, track, unit.payload));
+    adts.WriteFor(unit.payload, &output);
+    output.Write(unit.payload);
+    if (units % kUnitsPerReport == 0) progress.Done(std::min(static_cast<double>(unit.nTimeMs) / duration, 1.0));
+    return true;
+  });
   output.Close();
 
   const char* type = TrackTypeName(info.nTrackType);
@@ -261,25 +234,46 @@ bool ExtractTrack(const Host& host, const MediaFile& file, uint32_t track, const
   return trouble.empty();
 }
 
-int RunExtract(const Host& host, const SExtractOptions& options) {
-  const MediaFile file = host.Open(options.sFile);
+/// Where `--all` writes: the folder, or one in it by each file's name where there are several.
+std::filesystem::path FolderFor(const SExtractOptions& options, const std::string& path) {
+  std::filesystem::path folder = options.sFolder;
+  if (options.files.size() > 1) folder /= std::filesystem::path(path).stem();
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  if (error) throw HostError(folder.string() + ": " + error.message());
+  return folder;
+}
+
+int RunExtract(const Host& host, const SExtractOptions& options, const std::string& path, Progress& progress) {
+  progress.Stage("opening");
+  const MediaFile file = host.Open(path);
   if (options.nTrack) {
     file.CheckPlays(*options.nTrack);
-    return ExtractTrack(host, file, *options.nTrack, options.sOutput) ? 0 : 1;
+    return ExtractTrack(host, file, *options.nTrack, options.sOutput, progress) ? kExitFine : kExitFindings;
   }
-  std::error_code error;
-  std::filesystem::create_directories(options.sFolder, error);
-  if (error) throw HostError(options.sFolder + ": " + error.message());
-  int code = 0;
+  const std::filesystem::path folder = FolderFor(options, path);
+  int code = kExitFine;
   for (uint32_t track = 0; track < file.TrackCount(); ++track) {
     if (!file.Plays(track)) {
       PrintError(fmt::format("{}: track {} cannot be played and is left out", file.Path(), track));
       continue;
     }
     const std::string name = fmt::format("track{}.{}", track, Extension(file.Track(track)));
-    if (!ExtractTrack(host, file, track, (std::filesystem::path(options.sFolder) / name).string())) code = 1;
+    if (!ExtractTrack(host, file, track, (folder / name).string(), progress)) code = kExitFindings;
   }
   return code;
+}
+
+/// Several files must not write over each other.
+void CheckNames(const SExtractOptions& options) {
+  if (options.files.size() > 1 && options.nTrack) {
+    throw CLI::ValidationError("--output", "takes one file; --all takes several");
+  }
+  std::set<std::filesystem::path> names;
+  for (const std::string& file : options.files) {
+    if (names.insert(std::filesystem::path(file).stem()).second) continue;
+    throw CLI::ValidationError("FILE", file + ": another file has this name; extract it to another folder");
+  }
 }
 
 }  // namespace
@@ -287,15 +281,23 @@ int RunExtract(const Host& host, const SExtractOptions& options) {
 void AddExtract(CLI::App& app, Command& command) {
   auto options = std::make_shared<SExtractOptions>();
   CLI::App* extract = app.add_subcommand("extract", "Write elementary streams as the decoders get them");
-  extract->add_option("FILE", options->sFile, "AVI file")->required();
+  extract->add_option("FILE", options->files, "AVI files")->required();
   CLI::Option* track = extract->add_option("--track", options->nTrack, "Only this track")->type_name("N");
   CLI::Option* output = extract->add_option("-o,--output", options->sOutput, "Where to, - is stdout")->type_name("OUT");
   track->check(Within(0, kMaxInt))->needs(output);
   output->needs(track);
-  CLI::Option* all = extract->add_option("--all", options->sFolder, "Every track, to DIR/trackN.EXT")->type_name("DIR");
+  CLI::Option* all =
+      extract->add_option("--all", options->sFolder, "Every track, to DIR/trackN.EXT; of several files to DIR/NAME/")
+          ->type_name("DIR");
   all->excludes(track)->excludes(output);
   extract->callback([=, &command] {
     if (all->empty() && track->empty()) throw CLI::RequiredError("--track with --output, or --all");
-    command = [=](const SHostOptions& host) { return RunExtract(Host(host), *options); };
+    CheckNames(*options);
+    command = [=](const SHostOptions& hostOptions) {
+      const Host host(hostOptions);
+      return WorstExit(ForEachFile(hostOptions, {}, options->files, [&](const std::string& path, Progress& progress) {
+        return RunExtract(host, *options, path, progress);
+      }));
+    };
   });
 }

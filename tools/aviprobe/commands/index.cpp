@@ -4,13 +4,14 @@
 
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/host/core_view.h"
+#include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/host/parser_library.h"
 #include "tools/aviprobe/text/json_line.h"
 
 namespace {
 
 struct SIndexOptions {
-  std::string sFile;
+  std::vector<std::string> files;
   std::optional<uint32_t> nTrack;  ///< only this track
 };
 
@@ -26,10 +27,11 @@ void PrintEntry(bool json, uint32_t track, uint32_t number, const CoreView::SEnt
   }
 }
 
-int RunIndex(const SHostOptions& host, const SIndexOptions& options) {
-  const CoreView view(options.sFile, host.bStreaming, LogMask(host.nVerbosity));
+int RunIndex(const SHostOptions& host, const SIndexOptions& options, const std::string& path, Progress& progress) {
+  progress.Stage("opening");
+  const CoreView view(path, host.bStreaming, LogMask(host.nVerbosity));
   if (options.nTrack && *options.nTrack >= view.TrackCount()) {
-    throw HostError(fmt::format("{}: has no track {}", options.sFile, *options.nTrack));
+    throw HostError(fmt::format("{}: has no track {}", path, *options.nTrack));
   }
   const auto wanted = [&](uint32_t track) { return !options.nTrack || *options.nTrack == track; };
 
@@ -39,9 +41,9 @@ int RunIndex(const SHostOptions& host, const SIndexOptions& options) {
       if (!wanted(track)) continue;
       tracks.push_back({{"track", track}, {"type", view.TrackType(track)}, {"entries", view.EntryCount(track)}});
     }
-    PrintJsonLine({{"record", "index"}, {"file", options.sFile}, {"index", view.IndexKind()}, {"tracks", tracks}});
+    PrintJsonLine({{"record", "index"}, {"file", path}, {"index", view.IndexKind()}, {"tracks", tracks}});
   } else {
-    fmt::print("{}: {}\n", options.sFile, view.HasIndex() ? view.IndexKind() : "no index");
+    fmt::print("{}: {}\n", path, view.HasIndex() ? view.IndexKind() : "no index");
   }
   for (uint32_t track = 0; view.HasIndex() && track < view.TrackCount(); ++track) {
     if (!wanted(track)) continue;
@@ -49,13 +51,14 @@ int RunIndex(const SHostOptions& host, const SIndexOptions& options) {
     if (!host.bJson) fmt::print("track {}: {}, {} entries\n", track, view.TrackType(track), entries);
     if (!host.bJson && entries) fmt::print("   entry     position     bytes   time ms\n");
     uint64_t bytesBefore = 0;
+    progress.Stage(fmt::format("listing the index of track {}", track));
     for (uint32_t i = 0; i < entries; ++i) {
       const CoreView::SEntry entry = view.Entry(track, i, bytesBefore);
       PrintEntry(host.bJson, track, i, entry);
       bytesBefore += entry.nBytes;
     }
   }
-  return 0;
+  return kExitFine;
 }
 
 }  // namespace
@@ -63,7 +66,13 @@ int RunIndex(const SHostOptions& host, const SIndexOptions& options) {
 void AddIndex(CLI::App& app, Command& command) {
   auto options = std::make_shared<SIndexOptions>();
   CLI::App* index = app.add_subcommand("index", "List the entries of the file's index");
-  index->add_option("FILE", options->sFile, "AVI file")->required();
+  index->add_option("FILE", options->files, "AVI files")->required();
   index->add_option("--track", options->nTrack, "Only this track")->type_name("N")->check(Within(0, kMaxInt));
-  index->callback([=, &command] { command = [=](const SHostOptions& host) { return RunIndex(host, *options); }; });
+  index->callback([=, &command] {
+    command = [=](const SHostOptions& host) {
+      return WorstExit(ForEachFile(host, {}, options->files, [&](const std::string& path, Progress& progress) {
+        return RunIndex(host, *options, path, progress);
+      }));
+    };
+  });
 }

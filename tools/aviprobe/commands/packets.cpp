@@ -1,147 +1,184 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 #include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/host/isolation.h"
+#include "tools/aviprobe/model/playback.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/names.h"
 
 namespace {
 
 struct SPacketsOptions {
-  std::string sFile;
+  std::vector<std::string> files;
   std::optional<uint32_t> nTrack;  ///< only this track
   bool bHash = false;
-  bool bSummary = false;  ///< a line per track instead of one per unit
+  bool bPosition = false;
+  bool bKey = false;
+  bool bSummary = false;         ///< a line per track instead of one per unit
+  std::string sOrder = "track";  ///< "track": as they are played; "file": merged by position
 };
-
-struct STotal {
-  uint64_t nUnits = 0;
-  uint64_t nBytes = 0;
-  uint64_t nEmptyReads = 0;
-  unsigned long nFirstMs = 0;
-  unsigned long nLastMs = 0;
-  uint64_t nHash = kHashStart;  // of the units' hashes, so that a moved boundary between two units shows
-};
-
-uint64_t AddHash(uint64_t unitHash, uint64_t hash) {
-  uint8_t bytes[8];
-  for (int i = 0; i < 8; ++i) bytes[i] = static_cast<uint8_t>(unitHash >> (8 * i));
-  return Hash(bytes, hash);
-}
-
-/// The tracks in the order in which they are pulled: video, audio, text.
-std::vector<uint32_t> PlayedTracks(const MediaFile& file, const std::optional<uint32_t>& only) {
-  if (only) {
-    file.CheckPlays(*only);
-    return {*only};
-  }
-  std::vector<uint32_t> tracks;
-  for (const uint32_t type : {AVI_TRACK_VIDEO, AVI_TRACK_AUDIO, AVI_TRACK_TEXT}) {
-    for (uint32_t track = 0; track < file.TrackCount(); ++track) {
-      if (file.Track(track).nTrackType == type && file.Plays(track)) tracks.push_back(track);
-    }
-  }
-  return tracks;
-}
 
 class Printer {
  public:
-  Printer(const Host& host, const SPacketsOptions& options)
-      : m_bJson(host.Json()), m_bHash(options.bHash), m_bUnits(!options.bSummary) {
-    if (m_bUnits && !m_bJson) fmt::print("track   time ms     bytes{}\n", m_bHash ? "  hash" : "");
+  Printer(const Host& host, const SPacketsOptions& options, const std::string& path)
+      : m_bJson(host.Json()), m_Options(options), m_sPath(path) {
+    // One file's records need not say whose they are: the total does.
+    if (m_bJson && options.files.size() > 1) m_sOfFile = fmt::format(R"(,"file":{})", Quoted(path));
+    if (m_bJson) return;
+    if (options.files.size() > 1) fmt::print("{}\n", path);
+    if (options.bSummary) return;
+    fmt::print("track   time ms     bytes{}  time        {}{}\n", options.bHash ? "  hash            " : "",
+               options.bPosition ? "      position" : "", options.bKey ? "  key" : "");
   }
 
   // Written without a JSON object on the way: a film has a hundred thousand of these.
-  void Unit(uint32_t track, const SUnit& unit, uint64_t hash) const {
-    if (!m_bUnits) return;
-    const size_t bytes = unit.payload.size();
-    if (m_bJson) {
-      fmt::print(R"({{"record":"unit","track":{},"time_ms":{},"bytes":{})", track, unit.nTimeMs, bytes);
-      if (m_bHash) fmt::print(R"(,"hash":"{:016x}")", hash);
-      fmt::print("}}\n");
-    } else {
-      fmt::print("{:>5} {:>9} {:>9}", track, unit.nTimeMs, bytes);
-      if (m_bHash) fmt::print("  {:016x}", hash);
-      fmt::print("\n");
-    }
+  void Unit(uint32_t track, const SPlayedUnit& unit) const {
+    if (m_Options.bSummary) return;
+    m_bJson ? JsonUnit(track, unit) : TextUnit(track, unit);
   }
 
-  void Track(uint32_t track, const TrackInfo& info, const STotal& total, const SPullResult& result) const {
-    const char* type = TrackTypeName(info.nTrackType);
-    const char* codec = CodecName(info.nTrackType, info.nCodecId);
-    if (m_bJson) {
-      Json json = {{"record", "track"},
-                   {"track", track},
-                   {"type", type},
-                   {"codec_id", info.nCodecId},
-                   {"codec", codec},
-                   {"units", total.nUnits},
-                   {"bytes", total.nBytes},
-                   {"empty_reads", total.nEmptyReads},
-                   {"first_ms", total.nUnits ? Json(total.nFirstMs) : Json()},
-                   {"last_ms", total.nUnits ? Json(total.nLastMs) : Json()},
-                   {"end", EndingName(result.ending)},
-                   {"status", result.nStatus}};
-      if (m_bHash) json["hash"] = fmt::format("{:016x}", total.nHash);
-      return PrintJsonLine(json);
-    }
-    fmt::print("track {}: {}, {}: {} units, {} bytes", track, type, codec, total.nUnits, total.nBytes);
-    if (total.nUnits) fmt::print(", {} to {} ms", total.nFirstMs, total.nLastMs);
-    fmt::print(", {} empty reads", total.nEmptyReads);
-    if (m_bHash) fmt::print(", hash {:016x}", total.nHash);
-    if (result.ending != Ending::kEndOfTrack) fmt::print(", {}", EndingName(result.ending));
-    fmt::print("\n");
-  }
+  void Track(const STrackPlayback& track) const { m_bJson ? JsonTrack(track) : TextTrack(track); }
 
-  void Total(const MediaFile& file, size_t tracks, const STotal& total, int failed) const {
+  void Total(const SPlayback& playback, int failed) const {
+    uint64_t units = 0, bytes = 0, emptyReads = 0;
+    for (const STrackPlayback& track : playback.tracks) {
+      units += track.nUnits;
+      bytes += track.nBytes;
+      emptyReads += track.nEmptyReads;
+    }
+    const size_t tracks = playback.tracks.size();
     if (m_bJson) {
       return PrintJsonLine({{"record", "total"},
-                            {"file", file.Path()},
+                            {"file", m_sPath},
                             {"tracks", tracks},
-                            {"units", total.nUnits},
-                            {"bytes", total.nBytes},
-                            {"empty_reads", total.nEmptyReads},
-                            {"failed_tracks", failed}});
+                            {"units", units},
+                            {"bytes", bytes},
+                            {"empty_reads", emptyReads},
+                            {"failed_tracks", failed},
+                            {"source_reads", playback.nReads},
+                            {"source_bytes", playback.nBytesRead}});
     }
-    fmt::print("total: {} units, {} bytes, {} empty reads, tracks: {}\n", total.nUnits, total.nBytes, total.nEmptyReads,
-               tracks);
+    fmt::print("total: {} units, {} bytes, {} empty reads, tracks: {}\n", units, bytes, emptyReads, tracks);
   }
 
  private:
-  bool m_bJson, m_bHash, m_bUnits;
+  static std::string Quoted(const std::string& text) {
+    return Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
+  }
+
+  void JsonUnit(uint32_t track, const SPlayedUnit& unit) const {
+    fmt::print(R"({{"record":"unit"{},"track":{},"time_ms":{},"bytes":{})", m_sOfFile, track, unit.nTimeMs,
+               unit.nBytes);
+    if (m_Options.bHash) fmt::print(R"(,"hash":"{:016x}")", unit.nHash);
+    fmt::print(R"(,"time":"{}")", ClockText(unit.nTimeMs));
+    if (m_Options.bPosition) {
+      fmt::print(R"(,"position":{})", unit.nPosition < 0 ? "null" : std::to_string(unit.nPosition));
+    }
+    if (m_Options.bKey) fmt::print(R"(,"key":{})", !unit.bKeyKnown ? "null" : unit.bKey ? "true" : "false");
+    fmt::print("}}\n");
+  }
+
+  void TextUnit(uint32_t track, const SPlayedUnit& unit) const {
+    fmt::print("{:>5} {:>9} {:>9}", track, unit.nTimeMs, unit.nBytes);
+    if (m_Options.bHash) fmt::print("  {:016x}", unit.nHash);
+    fmt::print("  {}", ClockText(unit.nTimeMs));
+    if (m_Options.bPosition) fmt::print("  {:>12}", unit.nPosition < 0 ? "-" : std::to_string(unit.nPosition));
+    if (m_Options.bKey) fmt::print("  {}", !unit.bKeyKnown ? "?" : unit.bKey ? "key" : "-");
+    fmt::print("\n");
+  }
+
+  void JsonTrack(const STrackPlayback& track) const {
+    Json json = {{"record", "track"},
+                 {"track", track.nTrack},
+                 {"type", TrackTypeName(track.info.nTrackType)},
+                 {"codec_id", track.info.nCodecId},
+                 {"codec", CodecName(track.info.nTrackType, track.info.nCodecId)},
+                 {"units", track.nUnits},
+                 {"bytes", track.nBytes},
+                 {"empty_reads", track.nEmptyReads},
+                 {"first_ms", track.nUnits ? Json(track.nFirstMs) : Json()},
+                 {"last_ms", track.nUnits ? Json(track.nLastMs) : Json()},
+                 {"end", EndingName(track.ending)},
+                 {"status", track.nStatus}};
+    if (m_Options.bHash) json["hash"] = fmt::format("{:016x}", track.nHash);
+    if (m_Options.files.size() > 1) json["file"] = m_sPath;
+    if (track.nGrown) json["grown_bytes"] = track.nGrown;
+    if (track.nTooLarge) json["too_large_bytes"] = track.nTooLarge;
+    PrintJsonLine(json);
+  }
+
+  void TextTrack(const STrackPlayback& track) const {
+    fmt::print("track {}: {}, {}: {} units, {} bytes", track.nTrack, TrackTypeName(track.info.nTrackType),
+               CodecName(track.info.nTrackType, track.info.nCodecId), track.nUnits, track.nBytes);
+    if (track.nUnits) fmt::print(", {} to {} ms", track.nFirstMs, track.nLastMs);
+    fmt::print(", {} empty reads", track.nEmptyReads);
+    if (m_Options.bHash) fmt::print(", hash {:016x}", track.nHash);
+    if (track.nGrown) fmt::print(", needs a buffer of {} bytes", track.nGrown);
+    if (track.ending != Ending::kEndOfTrack) fmt::print(", {}", EndingName(track.ending));
+    fmt::print("\n");
+  }
+
+  bool m_bJson;
+  const SPacketsOptions& m_Options;
+  std::string m_sPath;
+  std::string m_sOfFile;
 };
 
-int RunPackets(const Host& host, const SPacketsOptions& options) {
-  const MediaFile file = host.Open(options.sFile);
-  const std::vector<uint32_t> tracks = PlayedTracks(file, options.nTrack);
-  const Printer printer(host, options);
-  STotal sum;
-  int failed = 0;
-  for (const uint32_t track : tracks) {
-    const TrackInfo& info = file.Track(track);
-    STotal total;
-    const SPullResult result = host.PullTrack(file, track, [&](const SUnit& unit) {
-      const uint64_t hash = options.bHash ? Hash(unit.payload) : 0;
-      if (options.bHash) total.nHash = AddHash(hash, total.nHash);
-      if (total.nUnits++ == 0) total.nFirstMs = unit.nTimeMs;
-      total.nLastMs = unit.nTimeMs;
-      total.nBytes += unit.payload.size();
-      printer.Unit(track, unit, hash);
-      return true;
-    });
-    total.nEmptyReads = result.nEmptyReads;
-    printer.Track(track, info, total, result);
-    if (const std::string trouble = Trouble(result); !trouble.empty()) {
-      PrintError(fmt::format("{}: track {} {} after {} units", file.Path(), track, trouble, total.nUnits));
-      ++failed;
+struct SPlaced {
+  int64_t nPosition;
+  uint32_t nTrack;
+  const SPlayedUnit* pUnit;
+};
+
+/// All units by position. One without a read of its own goes with those before it on its track.
+std::vector<SPlaced> InFileOrder(const SPlayback& playback) {
+  std::vector<SPlaced> placed;
+  for (const STrackPlayback& track : playback.tracks) {
+    int64_t position = 0;
+    for (const SPlayedUnit& unit : track.units) {
+      if (unit.nPosition >= 0) position = unit.nPosition;
+      placed.push_back({position, track.nTrack, &unit});
     }
-    sum.nUnits += total.nUnits;
-    sum.nBytes += total.nBytes;
-    sum.nEmptyReads += total.nEmptyReads;
   }
-  printer.Total(file, tracks.size(), sum, failed);
-  return failed ? 1 : 0;
+  std::stable_sort(placed.begin(), placed.end(),
+                   [](const SPlaced& a, const SPlaced& b) { return a.nPosition < b.nPosition; });
+  return placed;
+}
+
+int RunPackets(const Host& host, const SPacketsOptions& options, const std::string& path, Progress& progress) {
+  const bool merged = options.sOrder == "file" && !options.bSummary;
+  std::optional<Printer> printer;
+  int failed = 0;
+  const auto complain = [&](const STrackPlayback& track, const SPullResult& result) {
+    const std::string trouble = Trouble(result);
+    if (trouble.empty()) return;
+    PrintError(fmt::format("{}: track {} {} after {} units", path, track.nTrack, trouble, track.nUnits));
+    ++failed;
+  };
+
+  SPlayOptions play;
+  play.nTrack = options.nTrack;
+  play.bHash = options.bHash;
+  play.bUnits = merged;
+  play.onStage = [&](const std::string& stage) { progress.Stage(stage); };
+  play.onDone = [&](double share) { progress.Done(share); };
+  play.onOpened = [&](const MediaFile&) { printer.emplace(host, options, path); };
+  if (!merged) play.onUnit = [&](uint32_t track, const SUnit&, const SPlayedUnit& unit) { printer->Unit(track, unit); };
+  play.onTrack = [&](const STrackPlayback& track, const SPullResult& result) {
+    if (!merged) printer->Track(track);
+    complain(track, result);
+  };
+  const SPlayback playback = Play(host, path, play);
+  if (!playback.bOpened) throw HostError(playback.sRefusal);
+  if (merged) {
+    for (const SPlaced& unit : InFileOrder(playback)) printer->Unit(unit.nTrack, *unit.pUnit);
+    for (const STrackPlayback& track : playback.tracks) printer->Track(track);
+  }
+  printer->Total(playback, failed);
+  return failed ? kExitFindings : kExitFine;
 }
 
 }  // namespace
@@ -149,10 +186,23 @@ int RunPackets(const Host& host, const SPacketsOptions& options) {
 void AddPackets(CLI::App& app, Command& command) {
   auto options = std::make_shared<SPacketsOptions>();
   CLI::App* packets = app.add_subcommand("packets", "List the units that the library delivers");
-  packets->add_option("FILE", options->sFile, "AVI file")->required();
+  packets->add_option("FILE", options->files, "AVI files")->required();
   packets->add_option("--track", options->nTrack, "Only this track")->type_name("N")->check(Within(0, kMaxInt));
   packets->add_flag("--hash", options->bHash, "Add a hash of the bytes (FNV-1a, 64 bits)");
+  packets->add_flag("--pos", options->bPosition, "Add where in the file the library read it");
+  packets->add_flag("--key", options->bKey, "Add whether it is a key frame, as far as its bytes tell");
+  packets
+      ->add_option("--order", options->sOrder, "One track after the other as they are played, or merged as in the file")
+      ->type_name("track|file")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"track", "file"}).description(""));
   packets->add_flag("--summary", options->bSummary, "Only a line per track and the total");
-  packets->callback(
-      [=, &command] { command = [=](const SHostOptions& host) { return RunPackets(Host(host), *options); }; });
+  packets->callback([=, &command] {
+    command = [=](const SHostOptions& hostOptions) {
+      const Host host(hostOptions);
+      return WorstExit(ForEachFile(hostOptions, {}, options->files, [&](const std::string& path, Progress& progress) {
+        return RunPackets(host, *options, path, progress);
+      }));
+    };
+  });
 }

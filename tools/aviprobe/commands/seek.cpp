@@ -3,13 +3,16 @@
 #include <CLI/CLI.hpp>
 
 #include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/commands/time_option.h"
+#include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/text/json_line.h"
+#include "tools/aviprobe/text/times.h"
 
 namespace {
 
 struct SSeekOptions {
-  std::string sFile;
-  unsigned long nAtMs = 0;
+  std::vector<std::string> files;
+  uint32_t nAtMs = 0;
   int nMode = 0;                   ///< see IParser::Seek
   std::string sKind = "video";     ///< "video" or "audio"
   std::optional<uint32_t> nTrack;  ///< empty: the first one of that kind
@@ -24,11 +27,13 @@ uint32_t FindTrack(const MediaFile& file, uint32_t type, const SSeekOptions& opt
   return *track;
 }
 
-int RunSeek(const Host& host, const SSeekOptions& options) {
+int RunSeek(const Host& host, const SSeekOptions& options, const std::string& path, Progress& progress) {
   const uint32_t type = options.sKind == "audio" ? AVI_TRACK_AUDIO : AVI_TRACK_VIDEO;
-  const MediaFile file = host.Open(options.sFile);
+  progress.Stage("opening");
+  const MediaFile file = host.Open(path);
   const uint32_t track = FindTrack(file, type, options);
   file.Select(track);
+  progress.Stage(fmt::format("seeking in track {} to {}", track, ClockText(options.nAtMs)));
   file.Parser().Seek(options.nAtMs, static_cast<int>(type), options.nMode);
 
   Json json = {{"record", "seek"},      {"file", file.Path()},       {"track", track},
@@ -51,11 +56,12 @@ int RunSeek(const Host& host, const SSeekOptions& options) {
   if (host.Json()) {
     PrintJsonLine(json);
   } else if (trouble.empty()) {
+    if (options.files.size() > 1) fmt::print("{}: ", path);
     fmt::print("track {}: {}, asked {} ms, mode {}: {}\n", track, options.sKind, options.nAtMs, options.nMode, reached);
   }
-  if (trouble.empty()) return 0;
+  if (trouble.empty()) return kExitFine;
   PrintError(fmt::format("{}: track {} {} after the seek", file.Path(), track, trouble));
-  return 1;
+  return kExitFindings;
 }
 
 }  // namespace
@@ -63,8 +69,8 @@ int RunSeek(const Host& host, const SSeekOptions& options) {
 void AddSeek(CLI::App& app, Command& command) {
   auto options = std::make_shared<SSeekOptions>();
   CLI::App* seek = app.add_subcommand("seek", "Seek and show the unit that comes next");
-  seek->add_option("FILE", options->sFile, "AVI file")->required();
-  seek->add_option("--at", options->nAtMs, "Time to go to")->type_name("MS")->required()->check(Within(0, kMaxTime));
+  seek->add_option("FILE", options->files, "AVI files")->required();
+  AddTimeOption(*seek, "--at", &options->nAtMs, "Time to go to: 1500, 1500ms, 1.5s, 00:01:30.500")->required();
   seek->add_option("--mode", options->nMode, "Key frame: 0 at or before, 1 at or after, 2 or 3 the nearer one")
       ->type_name("0..3")
       ->capture_default_str()
@@ -76,5 +82,12 @@ void AddSeek(CLI::App& app, Command& command) {
   seek->add_option("--track", options->nTrack, "The track instead of the first one of its kind")
       ->type_name("N")
       ->check(Within(0, kMaxInt));
-  seek->callback([=, &command] { command = [=](const SHostOptions& host) { return RunSeek(Host(host), *options); }; });
+  seek->callback([=, &command] {
+    command = [=](const SHostOptions& hostOptions) {
+      const Host host(hostOptions);
+      return WorstExit(ForEachFile(hostOptions, {}, options->files, [&](const std::string& path, Progress& progress) {
+        return RunSeek(host, *options, path, progress);
+      }));
+    };
+  });
 }

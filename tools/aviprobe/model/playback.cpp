@@ -40,6 +40,8 @@ class TrackRun {
       played.nHash = Hash(unit.payload);
       m_Track.nHash = AddUnitHash(played.nHash, m_Track.nHash);
     }
+    if (m_Track.nUnits++ == 0) m_Track.nFirstMs = played.nTimeMs;
+    m_Track.nLastMs = played.nTimeMs;
     m_Track.nBytes += played.nBytes;
     m_nLargest = std::max(m_nLargest, played.nBytes);
     if (played.nTimeMs / 1000 != m_nSecond) {
@@ -68,8 +70,8 @@ class TrackRun {
   uint32_t m_nSecond = std::numeric_limits<uint32_t>::max();
 };
 
-void PlayTracks(const Host& host, const MediaFile& file, const SPlayOptions& options, SPlayback* playback) {
-  const std::vector<uint32_t> tracks = PlayedTracks(file, options.nTrack);
+void PlayTracks(const Host& host, const MediaFile& file, const std::vector<uint32_t>& tracks,
+                const SPlayOptions& options, SPlayback* playback) {
   for (const uint32_t track : tracks) {
     const auto tell = [&](const std::string& place, double share) {
       if (options.onStage) options.onStage(fmt::format("playing track {}{}", track, place));
@@ -120,7 +122,9 @@ SPlayback Play(const Host& host, const std::string& path, const SPlayOptions& op
     playback.bOpened = true;
     playback.nDurationMs = file.Duration();
     playback.nTracks = file.TrackCount();
-    PlayTracks(host, file, options, &playback);
+    const std::vector<uint32_t> tracks = PlayedTracks(file, options.nTrack);
+    if (options.onOpened) options.onOpened(file);
+    PlayTracks(host, file, tracks, options, &playback);
     playback.nReads = file.Source().Reads();
     playback.nBytesRead = file.Source().BytesRead();
   } catch (const RefusedError& error) {

@@ -26,8 +26,10 @@ struct SPlayedUnit {
 /// One track, played from its start to where the library ended it.
 struct STrackPlayback {
   uint32_t nTrack = 0;
-  TrackInfo info{};  ///< a copy; its pointers are null
-  std::vector<SPlayedUnit> units;
+  TrackInfo info{};                ///< a copy; its pointers are null
+  std::vector<SPlayedUnit> units;  ///< when they were asked for
+  uint64_t nUnits = 0;
+  uint32_t nFirstMs = 0, nLastMs = 0;  ///< of the first and the last unit
   uint64_t nBytes = 0;
   uint64_t nHash = 0;        ///< of the units' hashes, see AddUnitHash
   uint64_t nEmptyReads = 0;  ///< successes without bytes
@@ -55,6 +57,7 @@ struct SPlayOptions {
   std::function<void(const std::string& stage)>
       onStage{};  ///< "opening", "playing track 1 at 00:00:12", for who watches from outside
   std::function<void(double share)> onDone{};  ///< 0 to 1, by the times that go by
+  std::function<void(const MediaFile& file)> onOpened{};
   /// A track has ended; `units` are complete.
   std::function<void(const STrackPlayback& track, const SPullResult& result)> onTrack{};
 };
