@@ -62,11 +62,16 @@ int main(int argc, char** argv) try {
   app.set_version_flag("--version", "aviprobe " AVIPROBE_VERSION);
   app.require_subcommand(1);
   app.fallthrough();  // the host's options may follow the command
-  app.footer("Exit code: 0; 1 when something is wrong with a file; 2 when the command line is.");
+  app.footer(
+      "Exit code, the worst of all files': 0; 1 with findings or a track that did not play to its end; 2 when the "
+      "command "
+      "line is wrong; 3 when a file is no AVI file or cannot be read; 4 when the library gave up on it.");
   AddHostOptions(app, options);
   AddInfo(app, command);
   AddPackets(app, command);
   AddSeek(app, command);
+  AddSeekTest(app, command);
+  AddCompare(app, command);
   AddExtract(app, command);
   AddIndex(app, command);
   AddTree(app, command);

@@ -20,6 +20,10 @@ void AddInfo(CLI::App& app, Command& command);
 void AddPackets(CLI::App& app, Command& command);
 /// Where a seek lands: the next unit after it.
 void AddSeek(CLI::App& app, Command& command);
+/// The same from one end of the file to the other, and what each seek costs the source.
+void AddSeekTest(CLI::App& app, Command& command);
+/// The units that one of two files delivers and the other does not.
+void AddCompare(CLI::App& app, Command& command);
 /// The elementary streams as the decoders get them.
 void AddExtract(CLI::App& app, Command& command);
 

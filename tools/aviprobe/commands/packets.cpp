@@ -30,8 +30,9 @@ class Printer {
     if (m_bJson) return;
     if (options.files.size() > 1) fmt::print("{}\n", path);
     if (options.bSummary) return;
-    fmt::print("track   time ms     bytes{}  time        {}{}\n", options.bHash ? "  hash            " : "",
-               options.bPosition ? "      position" : "", options.bKey ? "  key" : "");
+    fmt::print("track   time ms     bytes{}  {:<{}}{}{}\n", options.bHash ? "  hash            " : "", "time",
+               options.bPosition || options.bKey ? 12 : 0, options.bPosition ? "      position" : "",
+               options.bKey ? "  key" : "");
   }
 
   // Written without a JSON object on the way: a film has a hundred thousand of these.

@@ -56,6 +56,7 @@ MediaFile::MediaFile(const ParserLibrary& library, const std::string& path, cons
     if (status == AVI_OPEN_FAILED) throw RefusedError(m_pSource->ParseError(), status);
     throw RefusedError(HostError(path + ": not opened: " + StatusText(status)), status);
   }
+  m_pSource->MayBlock();
   const int tracks = m_pParser->GetTrackCount();
   if (tracks > 0) m_nTracks = static_cast<uint32_t>(tracks);
 }

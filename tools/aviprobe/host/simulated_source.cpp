@@ -18,7 +18,7 @@ int SimulatedSource::ReadAt(int64_t offset, void* buffer, uint64_t* length) noex
   if (m_Simulation.failure && m_nReads >= m_Simulation.failure->nRead) {
     status = m_Simulation.failure->nStatus;
     m_bFailed = m_bMadeToFail = true;
-  } else if (m_Simulation.nBlockEvery && m_nReads % m_Simulation.nBlockEvery == 0) {
+  } else if (m_bMayBlock && m_Simulation.nBlockEvery && m_nReads % m_Simulation.nBlockEvery == 0) {
     status = AVI_SOURCE_WOULD_BLOCK;
   }
   if (status < 0) {

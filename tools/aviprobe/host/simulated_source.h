@@ -17,7 +17,9 @@ struct SSimulation {
     int nStatus;     ///< return this status, below 0
   };
   std::optional<SFailure> failure{};
-  uint64_t nBlockEvery = 0;  ///< every read with a multiple of this number would block; 0: none. 2 or more
+  /// Every read with a multiple of this number would block; 0: none. 2 or more. Open would take that for a failure, so
+  /// while it runs the source is one that waits.
+  uint64_t nBlockEvery = 0;
 };
 
 /// A file as a source that may be bad, and that keeps count of what is asked of it.
@@ -32,6 +34,9 @@ class SimulatedSource final : public IDataSource {
   int ReadAt(int64_t offset, void* buffer, uint64_t* length) noexcept override;
   int SetPosition(int64_t offset, int origin) noexcept override { return m_File.SetPosition(offset, origin); }
   int IsStreaming() noexcept override { return m_File.IsStreaming(); }
+
+  /// Open has returned: from now on reads may block.
+  void MayBlock() { m_bMayBlock = true; }
 
   /// Bytes of the file, hidden or not.
   int64_t Size() const { return m_File.Size(); }
@@ -60,7 +65,7 @@ class SimulatedSource final : public IDataSource {
   FileSource m_File;
   SSimulation m_Simulation;
   uint64_t m_nReads = 0, m_nBytesRead = 0;
-  bool m_bFailed = false, m_bMadeToFail = false;
+  bool m_bFailed = false, m_bMadeToFail = false, m_bMayBlock = false;
   SCall m_Call;
   std::span<const uint8_t> m_Unit;
   int m_nRank = 0;  // of m_Call.nPosition: 0 none, then the better it is

@@ -1,0 +1,226 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+#include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/commands/time_option.h"
+#include "tools/aviprobe/host/isolation.h"
+#include "tools/aviprobe/model/playback.h"
+#include "tools/aviprobe/text/json_line.h"
+#include "tools/aviprobe/text/names.h"
+
+namespace {
+
+struct SSeekTestOptions {
+  std::vector<std::string> files;
+  uint32_t nEveryMs = 5000;
+  std::string sMode = "0";  ///< see IParser::Seek, or "all"
+  bool bSummary = false;    ///< no line per seek
+};
+
+constexpr size_t kShownSlowest = 10;
+constexpr uint32_t kMaxSeeks = 100'000;  // of a track in one mode: a header may state any length
+
+struct SSeekResult {
+  uint32_t nAskedMs = 0;
+  std::optional<uint32_t> nReachedMs;  ///< none: no unit followed
+  uint64_t nReads = 0, nBytes = 0;     ///< of the source, the first unit included
+  Ending ending = Ending::kStopped;    ///< kStopped: a unit followed
+  int nStatus = 0;
+
+  uint32_t Distance() const {
+    if (!nReachedMs) return 0;
+    return *nReachedMs > nAskedMs ? *nReachedMs - nAskedMs : nAskedMs - *nReachedMs;
+  }
+};
+
+bool Seekable(const TrackInfo& info) {
+  return info.nTrackType == AVI_TRACK_VIDEO ? info.video.bSeekable : info.audio.bSeekable;
+}
+
+SSeekResult SeekOnce(const Host& host, const MediaFile& file, uint32_t track, uint32_t askedMs, int mode) {
+  const uint32_t type = file.Track(track).nTrackType;
+  const uint64_t reads = file.Source().Reads(), bytes = file.Source().BytesRead();
+  SSeekResult seek;
+  seek.nAskedMs = askedMs;
+  file.Parser().Seek(askedMs, static_cast<int>(type), mode);
+  const SPullResult result = host.Pull(file, type, [&](const SUnit& unit) {
+    seek.nReachedMs = static_cast<uint32_t>(unit.nTimeMs);
+    return false;
+  });
+  seek.nReads = file.Source().Reads() - reads;
+  seek.nBytes = file.Source().BytesRead() - bytes;
+  seek.ending = result.ending;
+  seek.nStatus = result.nStatus;
+  return seek;
+}
+
+/// The seeks in one track with one mode.
+class SeekRow {
+ public:
+  SeekRow(bool json, const std::string& path, uint32_t track, const TrackInfo& info, int mode)
+      : m_bJson(json), m_sPath(path), m_nTrack(track), m_pType(TrackTypeName(info.nTrackType)), m_nMode(mode) {}
+
+  void Add(const SSeekResult& seek, bool print) {
+    m_Seeks.push_back(seek);
+    if (print) Print(seek, "seek_step");
+  }
+
+  /// Seeks after which the library failed or stalled.
+  size_t Failed() const {
+    return Count([](const SSeekResult& s) { return s.ending == Ending::kFailed || s.ending == Ending::kStalled; });
+  }
+
+  void Summary() const {
+    const size_t ended = Count([](const SSeekResult& s) { return s.ending == Ending::kEndOfTrack; });
+    uint64_t reads = 0, bytes = 0;
+    uint32_t farthest = 0;
+    for (const SSeekResult& seek : m_Seeks) {
+      reads += seek.nReads;
+      bytes += seek.nBytes;
+      farthest = std::max(farthest, seek.Distance());
+    }
+    if (m_bJson) {
+      return PrintJsonLine({{"record", "seek_summary"},
+                            {"file", m_sPath},
+                            {"track", m_nTrack},
+                            {"type", m_pType},
+                            {"mode", m_nMode},
+                            {"seeks", m_Seeks.size()},
+                            {"failed", Failed()},
+                            {"at_end", ended},
+                            {"farthest_ms", farthest},
+                            {"source_reads", reads},
+                            {"source_bytes", bytes},
+                            {"slowest", SlowestJson()}});
+    }
+    fmt::print("track {}: {}, mode {}: {} seeks, {} failed, {} without a unit, up to {} ms off, {} reads, {} bytes\n",
+               m_nTrack, m_pType, m_nMode, m_Seeks.size(), Failed(), ended, farthest, reads, bytes);
+    fmt::print("slowest:\n");
+    for (const SSeekResult& seek : Slowest()) Print(seek, "");
+  }
+
+ private:
+  template <typename Accept>
+  size_t Count(Accept accept) const {
+    return static_cast<size_t>(std::count_if(m_Seeks.begin(), m_Seeks.end(), accept));
+  }
+
+  /// By what they cost the source: how long a read takes is the source's matter.
+  std::vector<SSeekResult> Slowest() const {
+    std::vector<SSeekResult> sorted = m_Seeks;
+    std::stable_sort(sorted.begin(), sorted.end(), [](const SSeekResult& a, const SSeekResult& b) {
+      return a.nReads != b.nReads ? a.nReads > b.nReads : a.nBytes > b.nBytes;
+    });
+    sorted.resize(std::min(sorted.size(), kShownSlowest));
+    return sorted;
+  }
+
+  Json SlowestJson() const {
+    Json list = Json::array();
+    for (const SSeekResult& seek : Slowest()) {
+      list.push_back({{"asked_ms", seek.nAskedMs},
+                      {"reached_ms", seek.nReachedMs ? Json(*seek.nReachedMs) : Json()},
+                      {"source_reads", seek.nReads},
+                      {"source_bytes", seek.nBytes}});
+    }
+    return list;
+  }
+
+  void Print(const SSeekResult& seek, const char* record) const {
+    if (m_bJson) {
+      return PrintJsonLine({{"record", record},
+                            {"file", m_sPath},
+                            {"track", m_nTrack},
+                            {"type", m_pType},
+                            {"mode", m_nMode},
+                            {"asked_ms", seek.nAskedMs},
+                            {"reached_ms", seek.nReachedMs ? Json(*seek.nReachedMs) : Json()},
+                            {"source_reads", seek.nReads},
+                            {"source_bytes", seek.nBytes},
+                            {"end", EndingName(seek.ending)},
+                            {"status", seek.nStatus}});
+    }
+    fmt::print("{:>5} {:>4}  {}  {:>12} {:>7} {:>9}\n", m_nTrack, m_nMode, ClockText(seek.nAskedMs),
+               seek.nReachedMs ? ClockText(*seek.nReachedMs) : EndingName(seek.ending), seek.nReads, seek.nBytes);
+  }
+
+  bool m_bJson;
+  std::string m_sPath;
+  uint32_t m_nTrack;
+  const char* m_pType;
+  int m_nMode;
+  std::vector<SSeekResult> m_Seeks;
+};
+
+std::vector<int> Modes(const std::string& mode, uint32_t trackType) {
+  if (trackType == AVI_TRACK_AUDIO) return {0};  // sound has no modes
+  if (mode == "all") return {0, 1, 2, 3};
+  return {std::stoi(mode)};
+}
+
+/// @return the seeks that failed.
+size_t TestTrack(const Host& host, const MediaFile& file, const SSeekTestOptions& options, uint32_t track,
+                 Progress& progress) {
+  const TrackInfo& info = file.Track(track);
+  // Without an index only the start can be reached, and other seeks move nothing.
+  const uint64_t last = Seekable(info) ? file.Duration() : 0;
+  size_t failed = 0;
+  file.Select(track);
+  for (const int mode : Modes(options.sMode, info.nTrackType)) {
+    SeekRow row(host.Json(), file.Path(), track, info, mode);
+    uint32_t seeks = 0;
+    for (uint64_t at = 0; at <= last && seeks < kMaxSeeks; at += options.nEveryMs, ++seeks) {
+      const auto askedMs = static_cast<uint32_t>(at);
+      progress.Stage(fmt::format("seeking in track {} to {}, mode {}", track, ClockText(at), mode));
+      progress.Done(static_cast<double>(at) / static_cast<double>(std::max<uint64_t>(last, 1)));
+      row.Add(SeekOnce(host, file, track, askedMs, mode), !options.bSummary);
+    }
+    row.Summary();
+    failed += row.Failed();
+  }
+  if (failed) PrintError(fmt::format("{}: track {}: {} seeks failed", file.Path(), track, failed));
+  if (!Seekable(info)) {
+    PrintError(fmt::format("{}: track {} has no index: only its start can be reached", file.Path(), track));
+  }
+  return failed + (Seekable(info) ? 0 : 1);
+}
+
+int RunSeekTest(const Host& host, const SSeekTestOptions& options, const std::string& path, Progress& progress) {
+  progress.Stage("opening");
+  const MediaFile file = host.Open(path);
+  if (!host.Json()) {
+    fmt::print("{}\n", path);
+    if (!options.bSummary) fmt::print("track mode  asked         reached        reads     bytes\n");
+  }
+  size_t failed = 0;
+  for (const uint32_t track : PlayedTracks(file, {})) {
+    if (file.Track(track).nTrackType == AVI_TRACK_TEXT) continue;  // seeks leave it where it is
+    failed += TestTrack(host, file, options, track, progress);
+  }
+  return failed ? kExitFindings : kExitFine;
+}
+
+}  // namespace
+
+void AddSeekTest(CLI::App& app, Command& command) {
+  auto options = std::make_shared<SSeekTestOptions>();
+  CLI::App* seekTest = app.add_subcommand("seektest", "Seek to every few seconds and show what it takes");
+  seekTest->add_option("FILE", options->files, "AVI files")->required();
+  AddTimeOption(*seekTest, "--every", &options->nEveryMs, "Time from one seek to the next, 5s unless given");
+  seekTest->add_option("--mode", options->sMode, "Key frame: 0 at or before, 1 at or after, 2 or 3 the nearer one")
+      ->type_name("0..3|all")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"0", "1", "2", "3", "all"}).description(""));
+  seekTest->add_flag("--summary", options->bSummary, "No line for each seek");
+  seekTest->callback([=, &command] {
+    if (options->nEveryMs == 0) throw CLI::ValidationError("--every", "0 would never come to the end");
+    command = [=](const SHostOptions& hostOptions) {
+      const Host host(hostOptions);
+      return WorstExit(ForEachFile(hostOptions, {}, options->files, [&](const std::string& path, Progress& progress) {
+        return RunSeekTest(host, *options, path, progress);
+      }));
+    };
+  });
+}
