@@ -204,8 +204,8 @@ class Comparison {
     }
     fmt::print("{} units the same, {} only in A, {} only in B", a.hashes.size() - onlyA, onlyA, onlyB);
     if (shifts.nUnits) {
-      fmt::print(", {} at another time from {} on, by {} ms at most", shifts.nUnits, ClockText(shifts.nFirstMs),
-                 shifts.nLargestMs);
+      fmt::print(", {} at another time from {} on, by up to {} ms", shifts.nUnits, ClockText(shifts.nFirstMs),
+                 std::abs(shifts.nLargestMs));
     }
     fmt::print("\n");
   }

@@ -72,7 +72,8 @@ class SeekRow {
     return Count([](const SSeekResult& s) { return s.ending == Ending::kFailed || s.ending == Ending::kStalled; });
   }
 
-  void Summary() const {
+  /// @param printed  each seek stands above already.
+  void Summary(bool printed) const {
     const size_t ended = Count([](const SSeekResult& s) { return s.ending == Ending::kEndOfTrack; });
     uint64_t reads = 0, bytes = 0;
     uint32_t farthest = 0;
@@ -97,6 +98,7 @@ class SeekRow {
     }
     fmt::print("track {}: {}, mode {}: {} seeks, {} failed, {} without a unit, up to {} ms off, {} reads, {} bytes\n",
                m_nTrack, m_pType, m_nMode, m_Seeks.size(), Failed(), ended, farthest, reads, bytes);
+    if (printed && m_Seeks.size() <= kShownSlowest) return;
     fmt::print("slowest:\n");
     for (const SSeekResult& seek : Slowest()) Print(seek, "");
   }
@@ -177,7 +179,7 @@ size_t TestTrack(const Host& host, const MediaFile& file, const SSeekTestOptions
       progress.Done(static_cast<double>(at) / static_cast<double>(std::max<uint64_t>(last, 1)));
       row.Add(SeekOnce(host, file, track, askedMs, mode), !options.bSummary);
     }
-    row.Summary();
+    row.Summary(!options.bSummary);
     failed += row.Failed();
   }
   if (failed) PrintError(fmt::format("{}: track {}: {} seeks failed", file.Path(), track, failed));

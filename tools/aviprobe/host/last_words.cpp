@@ -14,6 +14,7 @@ namespace {
 // Where a signal handler can reach them.
 std::array<char, 1 << 16> g_Output;
 std::array<char, 1 << 10> g_Note;
+bool g_bBuffered = false;
 volatile std::sig_atomic_t g_nNote = 0;
 volatile std::sig_atomic_t g_nNoteFd = -1;
 std::array<char, 1 << 16> g_Stack;  // a crash may be the normal one's overflow
@@ -32,7 +33,7 @@ void WriteAll(int fd, const char* bytes, size_t left) {
 
 // Only writes and looks at two pointers of the stream: flushing it could wait for ever for what was interrupted.
 void SayLastWords(int signal) {
-  WriteAll(STDOUT_FILENO, g_Output.data(), std::min(__fpending(stdout), g_Output.size()));
+  if (g_bBuffered) WriteAll(STDOUT_FILENO, g_Output.data(), std::min(__fpending(stdout), g_Output.size()));
   if (g_nNoteFd >= 0) WriteAll(g_nNoteFd, g_Note.data(), static_cast<size_t>(g_nNote));
   // The action is the default one again. A fault would come again by itself, abort and a sent signal not.
   raise(signal);
@@ -40,7 +41,7 @@ void SayLastWords(int signal) {
 
 }  // namespace
 
-void BufferStdout() { std::setvbuf(stdout, g_Output.data(), _IOFBF, g_Output.size()); }
+void BufferStdout() { g_bBuffered = std::setvbuf(stdout, g_Output.data(), _IOFBF, g_Output.size()) == 0; }
 
 void InstallLastWords(int noteFd) {
   g_nNoteFd = noteFd;
