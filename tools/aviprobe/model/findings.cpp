@@ -1,0 +1,76 @@
+#include "tools/aviprobe/model/findings.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <limits>
+
+void STally::Hit(int64_t offset) {
+  nFirst = nCount == 0 ? offset : std::min(nFirst, offset);
+  nLast = nCount == 0 ? offset : std::max(nLast, offset);
+  ++nCount;
+}
+
+void Findings::Add(SFinding finding) {
+  const SFindingKind& kind = FindingKind(finding.pCode);
+  finding.pCode = kind.pCode;
+  finding.severity = kind.severity;
+  if (finding.nOffset && !finding.nTimeMs) finding.nTimeMs = m_Facts.MsAt(*finding.nOffset);
+  m_Found.push_back(std::move(finding));
+}
+
+void Findings::Add(std::string_view code, const STally& tally, std::optional<int> track, const std::string& consequence,
+                   const std::string& advice) {
+  if (tally.nCount == 0) return;
+  SFinding finding{.pCode = FindingKind(code).pCode,
+                   .nOffset = tally.nFirst,
+                   .nCount = tally.nCount,
+                   .nTrack = track,
+                   .sConsequence = consequence,
+                   .sAdvice = advice};
+  if (tally.nCount > 1) finding.nLastOffset = tally.nLast;
+  Add(std::move(finding));
+}
+
+std::vector<SFinding> Findings::Take() {
+  std::stable_sort(m_Found.begin(), m_Found.end(), [](const SFinding& a, const SFinding& b) {
+    constexpr int64_t kLast = std::numeric_limits<int64_t>::max();
+    return a.nOffset.value_or(kLast) < b.nOffset.value_or(kLast);
+  });
+  return std::move(m_Found);
+}
+
+std::string CountText(uint64_t count, std::string_view noun) {
+  if (count == 1) return fmt::format("1 {}", noun);
+  if (noun.ends_with('y')) return fmt::format("{} {}ies", count, noun.substr(0, noun.size() - 1));
+  return fmt::format("{} {}s", count, noun);
+}
+
+std::string ShareText(uint64_t ms, uint64_t ofMs) { return fmt::format("{} of {}", ClockText(ms), ClockText(ofMs)); }
+
+std::string TrackText(const STrackFacts& track) {
+  if (track.pHeader->IsVideo()) return "picture";
+  if (track.pHeader->IsAudio()) return "sound";
+  return fmt::format("stream {}", track.nTrack);
+}
+
+std::vector<SFinding> Check(const SFileMap& map, const SPlayback* playback, FileSource& source) {
+  const FileFacts facts(map, playback);
+  Findings findings(map, playback, facts);
+  if (!map.IsAvi()) {
+    findings.Add(
+        {.pCode = "not-an-avi",
+         .nOffset = 0,
+         .sConsequence = "nothing plays: the file does not begin with RIFF and AVI",
+         .sAdvice = "file FILE tells what it is; aviprobe tree --resync FILE, whether an AVI begins further on"});
+    return findings.Take();
+  }
+  CheckStructure(&findings);
+  CheckHeaders(&findings);
+  CheckIndex(&findings);
+  CheckKeys(source, &findings);
+  CheckStreams(&findings);
+  CheckSync(&findings);
+  CheckPlayback(&findings);
+  return findings.Take();
+}

@@ -1,0 +1,72 @@
+#ifndef ZU_TOOLS_AVIPROBE_MODEL_FINDINGS_H_
+#define ZU_TOOLS_AVIPROBE_MODEL_FINDINGS_H_
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/aviprobe/model/finding.h"
+#include "tools/aviprobe/model/track_facts.h"
+
+// What the checks share, each of which is a file findings_*.cpp.
+
+/// Equal faults, counted: a thousand of them are one finding.
+struct STally {
+  uint64_t nCount = 0;
+  int64_t nFirst = 0, nLast = 0;
+
+  void Hit(int64_t offset);
+};
+
+/// The file that is being checked, and what has been found in it.
+class Findings {
+ public:
+  Findings(const SFileMap& map, const SPlayback* playback, const FileFacts& facts)
+      : m_Map(map), m_pPlayback(playback), m_Facts(facts) {}
+
+  const SFileMap& Map() const { return m_Map; }
+  const SPlayback* Playback() const { return m_pPlayback; }
+  const FileFacts& Facts() const { return m_Facts; }
+
+  /// Severity and, where there is an offset but no time, the time are filled in.
+  void Add(SFinding finding);
+  /// Nothing when nothing was counted.
+  void Add(std::string_view code, const STally& tally, std::optional<int> track, const std::string& consequence,
+           const std::string& advice);
+  /// All, by offset.
+  std::vector<SFinding> Take();
+
+ private:
+  const SFileMap& m_Map;
+  const SPlayback* m_pPlayback;
+  const FileFacts& m_Facts;
+  std::vector<SFinding> m_Found{};
+};
+
+// In the order in which they are made.
+void CheckStructure(Findings* findings);
+void CheckHeaders(Findings* findings);
+void CheckIndex(Findings* findings);
+void CheckKeys(FileSource& source, Findings* findings);
+void CheckStreams(Findings* findings);
+void CheckSync(Findings* findings);
+void CheckPlayback(Findings* findings);
+
+// For their texts.
+
+/// "1 chunk", "3 chunks", "2 entries".
+std::string CountText(uint64_t count, std::string_view noun);
+/// "00:01:30.000 of 00:03:00.000".
+std::string ShareText(uint64_t ms, uint64_t ofMs);
+/// "picture", "sound" or "stream 2".
+std::string TrackText(const STrackFacts& track);
+
+constexpr const char* kAdviceRemux =
+    "aviprobe remux FILE -o OUT.avi writes what is there into a sound file with a new index";
+constexpr const char* kAdviceResync = "aviprobe tree --resync FILE shows what can still be found behind it";
+constexpr const char* kAdviceFields = "aviprobe tree --fields FILE shows what the headers say";
+constexpr const char* kAdviceSource = "get the file from its source again: what is missing is nowhere in it";
+
+#endif  // ZU_TOOLS_AVIPROBE_MODEL_FINDINGS_H_

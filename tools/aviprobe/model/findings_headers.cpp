@@ -1,0 +1,112 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "tools/aviprobe/model/findings.h"
+
+// What the headers say against what is there.
+
+namespace {
+
+// Encoders write the last moment of a stream or leave it out, and round: shorter differences show in no player.
+constexpr uint64_t kLengthSlackMs = 500;
+constexpr uint64_t kLengthSlackShare = 100;  // 1/100: what a progress bar shows
+
+void CheckMissing(Findings* findings) {
+  const SFileMap& map = findings->Map();
+  const auto missing = [&](const std::string& what, int64_t offset) {
+    findings->Add({.pCode = "header-missing",
+                   .nOffset = offset,
+                   .sConsequence = what + ": players do not open the file, or play nothing of it",
+                   .sAdvice = kAdviceResync});
+  };
+  if (!map.main) missing("there is no main header (avih)", 0);
+  if (map.streams.empty()) missing("no stream is described (strl)", 0);
+  if (map.movis.empty()) missing("there is no list with data (movi)", 0);
+  for (size_t i = 0; i < map.streams.size(); ++i) {
+    const SStreamHeader& stream = map.streams[i];
+    if (!stream.nStrhOffset) missing(fmt::format("stream {} has no header (strh)", i), stream.nListOffset);
+    if (!stream.nStrfOffset) missing(fmt::format("stream {} has no format (strf)", i), stream.nListOffset);
+  }
+}
+
+void CheckStreamCount(Findings* findings) {
+  const SFileMap& map = findings->Map();
+  if (map.main && map.main->nStreams != map.streams.size()) {
+    findings->Add(
+        {.pCode = "stream-count",
+         .nOffset = map.main->nOffset - kChunkHeaderBytes,
+         .sConsequence = fmt::format("the main header announces {}, {} described: players refuse the file or "
+                                     "miss a track",
+                                     CountText(map.main->nStreams, "stream"),
+                                     map.streams.size() == 1 ? "1 is" : fmt::format("{} are", map.streams.size())),
+         .sAdvice = kAdviceFields});
+  }
+  STally orphans;
+  for (const SChunk& chunk : map.chunks) {
+    if (chunk.bData && (chunk.nStream < 0 || static_cast<size_t>(chunk.nStream) >= map.streams.size())) {
+      orphans.Hit(chunk.nOffset);
+    }
+  }
+  findings->Add("orphan-chunks", orphans, {},
+                CountText(orphans.nCount, "chunk") + " of streams without a header are played by nobody",
+                kAdviceFields);
+}
+
+bool DiffersMuch(uint64_t a, uint64_t b) {
+  const uint64_t larger = std::max(a, b), smaller = std::min(a, b);
+  return larger - smaller > std::max(kLengthSlackMs, larger / kLengthSlackShare);
+}
+
+/// A writer that leaves one length at 0 relies on the index; when all are 0, it never came to its end.
+bool NeverFinished(const SFileMap& map) {
+  return (!map.main || map.main->nTotalFrames == 0) &&
+         std::all_of(map.streams.begin(), map.streams.end(), [](const SStreamHeader& s) { return s.nLength == 0; });
+}
+
+/// Of an OpenDML file some writers count the first group only.
+bool CountsFirstGroup(const SFileMap& map, const STrackFacts& track) {
+  if (map.movis.size() < 2) return false;
+  const int64_t end = map.chunks[static_cast<size_t>(map.movis[1])].nOffset;
+  const auto behind = std::find_if(track.chunks.begin(), track.chunks.end(),
+                                   [&](uint32_t chunk) { return map.chunks[chunk].nOffset > end; });
+  return !DiffersMuch(track.MsBefore(static_cast<size_t>(behind - track.chunks.begin())), track.nDeclaredMs);
+}
+
+void CheckLength(const STrackFacts& track, Findings* findings) {
+  const SFileMap& map = findings->Map();
+  const SStreamHeader& header = *track.pHeader;
+  if (!header.nStrhOffset || !(header.IsVideo() || header.IsAudio())) return;
+  if (track.nDeclaredUnits == 0 && !NeverFinished(map)) return;
+  if (!DiffersMuch(track.nDeclaredMs, track.present.nMs) || CountsFirstGroup(map, track)) return;
+  findings->Add({.pCode = "header-length-differs",
+                 .nOffset = *header.nStrhOffset - kChunkHeaderBytes,
+                 .nTrack = track.nTrack,
+                 .sConsequence = fmt::format("players show a length of {} for {} of {}", ClockText(track.nDeclaredMs),
+                                             ClockText(track.present.nMs), TrackText(track)),
+                 .sAdvice = kAdviceRemux});
+}
+
+void CheckRate(const STrackFacts& track, Findings* findings) {
+  const SStreamHeader& header = *track.pHeader;
+  if (!header.nStrhOffset || !(header.IsVideo() || header.IsAudio())) return;
+  if (header.nScale != 0 && header.nRate != 0) return;
+  findings->Add({.pCode = "rate-zero",
+                 .nOffset = *header.nStrhOffset - kChunkHeaderBytes,
+                 .nTrack = track.nTrack,
+                 .sConsequence = fmt::format("{} {} of {} is 0: its {} has no times, all of it comes at once",
+                                             header.nScale == 0 ? "the scale" : "the rate", "in the header",
+                                             fmt::format("stream {}", track.nTrack), TrackText(track)),
+                 .sAdvice = kAdviceFields});
+}
+
+}  // namespace
+
+void CheckHeaders(Findings* findings) {
+  CheckMissing(findings);
+  CheckStreamCount(findings);
+  for (const STrackFacts& track : findings->Facts().Tracks()) {
+    CheckLength(track, findings);
+    CheckRate(track, findings);
+  }
+}

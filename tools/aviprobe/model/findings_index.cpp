@@ -1,0 +1,142 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "tools/aviprobe/model/findings.h"
+
+// The index against the chunks.
+
+namespace {
+
+constexpr const char* kAdviceIndex = "aviprobe remux FILE -o OUT.avi writes a new index";
+
+bool IsZero(const SIndexRef& ref) { return ref.nSize == 0 && (ref.id == FourCC() || ref.id.Text() == "0000"); }
+
+bool IsPastEnd(const SFileMap& map, const SIndexRef& ref) {
+  return ref.nPosition < 0 || ref.nPosition > map.nSize - kChunkHeaderBytes ||
+         ref.nSize > map.nSize - kChunkHeaderBytes - ref.nPosition;
+}
+
+/// Whether an entry fits the chunk whose header begins where it points. "00db" for "00dc" is no matter, nor are lists.
+bool Fits(const SFileMap& map, const SIndexRef& ref) {
+  if (ref.nChunk < 0) return false;
+  const SChunk& chunk = map.chunks[static_cast<size_t>(ref.nChunk)];
+  if (chunk.bList) return ref.id == chunk.type || ref.id == chunk.id;
+  return chunk.nStream == ref.nStream && chunk.nSize == ref.nSize;
+}
+
+class IndexCheck {
+ public:
+  explicit IndexCheck(Findings* findings) : m_Findings(*findings), m_Map(findings->Map()), m_Facts(findings->Facts()) {}
+
+  void Run() {
+    CheckOdml();
+    if (m_Facts.Entries().empty()) return ReportNone();
+    for (const SIndexRef& ref : m_Facts.Entries()) Sort(ref);
+    Report();
+    for (const STrackFacts& track : m_Facts.Tracks()) CheckComplete(track);
+  }
+
+ private:
+  void CheckOdml() {
+    STally broken;
+    for (const SSuperSlot& slot : m_Map.superSlots) {
+      if (IsBroken(slot)) broken.Hit(slot.nAt);
+    }
+    for (const SChunkIndex& index : m_Map.chunkIndexes) {
+      if (!index.bReadable) broken.Hit(index.nOffset);
+    }
+    m_Findings.Add("odml-broken", broken, {},
+                   fmt::format("{} of the OpenDML index cannot be used: {}", CountText(broken.nCount, "part"),
+                               m_Map.legacy.empty() ? "players that need it cannot seek, or stop early"
+                                                    : "players fall back to the legacy index"),
+                   kAdviceIndex);
+  }
+
+  void ReportNone() {
+    const bool data = std::any_of(m_Facts.Tracks().begin(), m_Facts.Tracks().end(),
+                                  [](const STrackFacts& track) { return !track.chunks.empty(); });
+    if (!data) return;
+    if (m_Map.idx1 || !m_Map.chunkIndexes.empty()) {
+      const int64_t at =
+          m_Map.idx1 ? m_Map.chunks[static_cast<size_t>(*m_Map.idx1)].nOffset : m_Map.chunkIndexes.front().nOffset;
+      return m_Findings.Add({.pCode = "index-zero",
+                             .nOffset = at,
+                             .sConsequence = "the index is empty: seeking jumps to the start only",
+                             .sAdvice = kAdviceIndex});
+    }
+    m_Findings.Add({.pCode = "index-missing",
+                    .sConsequence = "there is no index: seeking jumps to the start only",
+                    .sAdvice = kAdviceIndex});
+  }
+
+  void Sort(const SIndexRef& ref) {
+    if (IsZero(ref)) return m_Zero.Hit(ref.nAt);
+    if (IsPastEnd(m_Map, ref)) return m_PastEnd.Hit(ref.nAt);
+    if (!Fits(m_Map, ref)) return m_Mismatch.Hit(ref.nAt);
+    if (ref.nStream < 0 || static_cast<size_t>(ref.nStream) >= m_Facts.Tracks().size()) return;
+    m_LastOf.resize(m_Facts.Tracks().size(), -1);
+    int64_t& last = m_LastOf[static_cast<size_t>(ref.nStream)];
+    if (ref.nPosition <= last) m_Disorder.Hit(ref.nAt);
+    last = std::max(last, ref.nPosition);
+  }
+
+  void Report() {
+    m_Findings.Add("index-zero", m_Zero, {},
+                   CountText(m_Zero.nCount, "entry") + " of zeros: seeking there shows nothing, or playback ends",
+                   kAdviceIndex);
+    m_Findings.Add("index-past-end", m_PastEnd, {},
+                   CountText(m_PastEnd.nCount, "entry") + " for data that are not in the file: playback ends there",
+                   kAdviceIndex);
+    m_Findings.Add("index-mismatch", m_Mismatch, {},
+                   CountText(m_Mismatch.nCount, "entry") +
+                       " of another place, size or track than the chunk: players show garbage there, or stop",
+                   kAdviceIndex);
+    m_Findings.Add("index-mismatch", m_Disorder, {},
+                   CountText(m_Disorder.nCount, "entry") + " out of order: playback jumps back, or repeats",
+                   kAdviceIndex);
+  }
+
+  std::vector<bool> Named() const {
+    std::vector<bool> named(m_Map.chunks.size());
+    for (const SIndexRef& ref : m_Facts.Entries()) {
+      if (ref.nChunk >= 0) named[static_cast<size_t>(ref.nChunk)] = true;
+    }
+    return named;
+  }
+
+  void CheckComplete(const STrackFacts& track) {
+    if (m_Named.empty()) m_Named = Named();
+    STally left;
+    size_t lastNamed = 0;  // chunks up to the last one in the index
+    for (size_t i = 0; i < track.chunks.size(); ++i) {
+      const SChunk& chunk = m_Map.chunks[track.chunks[i]];
+      if (m_Named[track.chunks[i]]) lastNamed = i + 1;
+      // Nobody misses an empty chunk, and some writers do not list them.
+      if (!m_Named[track.chunks[i]] && chunk.nSize > 0) left.Hit(chunk.nOffset);
+    }
+    const bool tail = left.nCount > 0 && left.nFirst > LastNamedOffset(track, lastNamed);
+    m_Findings.Add(
+        "index-short", left, track.nTrack,
+        tail
+            ? fmt::format("{} at the end not in the index: the {} stops at {}", CountText(left.nCount, "chunk"),
+                          TrackText(track), ShareText(track.MsBefore(lastNamed), track.present.nMs))
+            : fmt::format("{} not in the index: the {} jumps there", CountText(left.nCount, "chunk"), TrackText(track)),
+        kAdviceIndex);
+  }
+
+  int64_t LastNamedOffset(const STrackFacts& track, size_t lastNamed) const {
+    return lastNamed == 0 ? -1 : m_Map.chunks[track.chunks[lastNamed - 1]].nOffset;
+  }
+
+  Findings& m_Findings;
+  const SFileMap& m_Map;
+  const FileFacts& m_Facts;
+  STally m_Zero, m_PastEnd, m_Mismatch, m_Disorder;
+  std::vector<int64_t> m_LastOf{};  // highest position so far, by track
+  std::vector<bool> m_Named{};      // chunks that are in the index
+};
+
+}  // namespace
+
+void CheckIndex(Findings* findings) { IndexCheck(findings).Run(); }

@@ -1,0 +1,120 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "tools/aviprobe/model/findings.h"
+
+// What does not hold in the nesting of the chunks.
+
+namespace {
+
+bool Has(const std::vector<SMark>& marks, EMark wanted) {
+  return std::any_of(marks.begin(), marks.end(), [&](const SMark& mark) { return mark.mark == wanted; });
+}
+
+/// Filling of size 0 harms nobody; data and indexes of size 0 have findings of their own.
+bool MayBeEmpty(const SChunk& chunk) {
+  return chunk.bData || chunk.id == FourCC("idx1") || chunk.id == FourCC("JUNK") || chunk.id == FourCC("junk");
+}
+
+class StructureCheck {
+ public:
+  explicit StructureCheck(Findings* findings) : m_Findings(*findings), m_Map(findings->Map()) {}
+
+  void Run() {
+    for (size_t i = 0; i < m_Map.marks.size(); ++i) {
+      const size_t chunk = m_Map.marks[i].nChunk;
+      if (i == 0 || m_Map.marks[i - 1].nChunk != chunk) Sort(chunk);
+    }
+    for (const SLeftOver& left : m_Map.leftOver) Sort(left);
+    Report();
+  }
+
+ private:
+  /// What ends late because the list around it does says nothing of its own.
+  bool IsCutWithParent(const SChunk& chunk) const {
+    for (int32_t parent = chunk.nParent; parent >= 0;) {
+      const SChunk& list = m_Map.chunks[static_cast<size_t>(parent)];
+      if (list.nSize > 0 && list.End() > m_Map.nSize) return true;
+      parent = list.nParent;
+    }
+    return false;
+  }
+
+  bool IsOpenEnded(const SChunk& chunk) const {
+    return chunk.nParent < 0 || m_Map.chunks[static_cast<size_t>(chunk.nParent)].nSize == 0;
+  }
+
+  void Sort(size_t number) {
+    const SChunk& chunk = m_Map.chunks[number];
+    const std::vector<SMark> marks = m_Map.MarksOf(number);
+    if (Has(marks, EMark::kWrongSize)) {
+      m_SyncLost.Hit(chunk.nOffset);
+    } else if (Has(marks, EMark::kPastFile)) {
+      if (IsCutWithParent(chunk)) return;
+      (IsOpenEnded(chunk) ? m_Truncated : m_Overrun).Hit(chunk.nOffset);
+      for (const SMark& mark : marks) m_nMissing = std::max(m_nMissing, mark.nBytes);
+    } else if (Has(marks, EMark::kPastList)) {
+      m_Overrun.Hit(chunk.nOffset);
+    }
+    if (Has(marks, EMark::kEmpty) && !MayBeEmpty(chunk)) m_SizeZero.Hit(chunk.nOffset);
+    if (Has(marks, EMark::kNoType) || Has(marks, EMark::kTooDeep)) m_BrokenList.Hit(chunk.nOffset);
+    if (Has(marks, EMark::kNoPad)) m_NoPad.Hit(chunk.nOffset);
+    const bool unknown = Has(marks, EMark::kBadId) || Has(marks, EMark::kUnknownId) || Has(marks, EMark::kMisplacedId);
+    if (unknown) (chunk.nDepth == 0 ? m_Trailing : m_UnknownId).Hit(chunk.nOffset);
+  }
+
+  void Sort(const SLeftOver& left) {
+    const bool toTheEnd = left.nOffset + left.nBytes >= m_Map.nSize;
+    if (left.nDepth == 0) return m_Trailing.Hit(left.nOffset);
+    // Of a header that is cut off there are a few bytes: the cut is the finding.
+    if (toTheEnd && m_Truncated.nCount > 0 && left.nBytes < kChunkHeaderBytes + 4) return;
+    const bool harmless = left.bResynced || left.nBytes < kChunkHeaderBytes;
+    (harmless ? m_Garbage : m_SyncLost).Hit(left.nOffset);
+  }
+
+  void Report() {
+    const FileFacts& facts = m_Findings.Facts();
+    const STrackFacts* main = facts.Main();
+    const std::string share = main ? ShareText(main->present.nMs, facts.ExpectedMs()) : "nothing";
+    m_Findings.Add("riff-truncated", m_Truncated, {},
+                   fmt::format("{} bytes are missing at the end; what is there plays {}", m_nMissing, share),
+                   kAdviceSource + std::string("; ") + kAdviceRemux);
+    m_Findings.Add("size-zero", m_SizeZero, {},
+                   CountText(m_SizeZero.nCount, "chunk") +
+                       " of size 0: players that go by the size find nothing in it and do not open the file",
+                   kAdviceRemux);
+    m_Findings.Add("chunk-overrun", m_Overrun, {},
+                   CountText(m_Overrun.nCount, "chunk") +
+                       " longer than the list around it: players stop there or skip what follows",
+                   kAdviceResync);
+    m_Findings.Add("list-broken", m_BrokenList, {}, "what the list holds is not found by any player", kAdviceResync);
+    m_Findings.Add("no-pad", m_NoPad, {},
+                   CountText(m_NoPad.nCount, "odd chunk") +
+                       " without a pad byte: players that expect it lose their place without an index",
+                   kAdviceRemux);
+    m_Findings.Add(
+        "garbage", m_Garbage, {},
+        CountText(m_Garbage.nCount, "place") + " with bytes between chunks: a player without an index may stop there",
+        kAdviceRemux);
+    const std::optional<uint32_t> lostAt = m_SyncLost.nCount ? facts.MsAt(m_SyncLost.nFirst) : std::nullopt;
+    m_Findings.Add("sync-lost", m_SyncLost, {},
+                   lostAt ? fmt::format("a player that reads on without an index stops at {}",
+                                        ShareText(*lostAt, facts.ExpectedMs()))
+                          : "a player may not find the headers or the data",
+                   kAdviceResync);
+    m_Findings.Add("trailing-data", m_Trailing, {}, "players ignore what lies behind the end", kAdviceResync);
+    m_Findings.Add("unknown-chunk-id", m_UnknownId, {},
+                   CountText(m_UnknownId.nCount, "chunk") + " that players skip; if data hide in it they are lost",
+                   "aviprobe tree FILE marks it");
+  }
+
+  Findings& m_Findings;
+  const SFileMap& m_Map;
+  STally m_Truncated, m_SizeZero, m_Overrun, m_BrokenList, m_NoPad, m_Garbage, m_SyncLost, m_Trailing, m_UnknownId;
+  int64_t m_nMissing = 0;
+};
+
+}  // namespace
+
+void CheckStructure(Findings* findings) { StructureCheck(findings).Run(); }
