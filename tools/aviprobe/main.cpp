@@ -73,6 +73,7 @@ int main(int argc, char** argv) try {
   AddSeekTest(app, command);
   AddCompare(app, command);
   AddExtract(app, command);
+  AddCheck(app, command);
   AddIndex(app, command);
   AddTree(app, command);
   try {

@@ -26,6 +26,8 @@ void AddSeekTest(CLI::App& app, Command& command);
 void AddCompare(CLI::App& app, Command& command);
 /// The elementary streams as the decoders get them.
 void AddExtract(CLI::App& app, Command& command);
+/// What is wrong with a file, and what a viewer meets.
+void AddCheck(CLI::App& app, Command& command);
 
 // These two do not go through the library: they show what no host can ask for.
 

@@ -1,0 +1,133 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <optional>
+
+#include "tools/aviprobe/commands/check_text.h"
+#include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/host/isolation.h"
+#include "tools/aviprobe/model/check_facts.h"
+#include "tools/aviprobe/text/json_line.h"
+
+namespace {
+
+struct SCheckOptions {
+  std::vector<std::string> files;
+  bool bStrict = false;  ///< notes count for the exit code
+  bool bQuick = false;   ///< play nothing
+  unsigned nJobs = 1;
+};
+
+constexpr const char* kFacts = "check";  ///< the name under which a child tells them
+
+int ExitOf(const Json& facts, bool strict) {
+  const Json& counts = facts["counts"];
+  const bool found = counts["errors"] > 0 || counts["warnings"] > 0 || (strict && counts["notes"] > 0);
+  return found ? kExitFindings : kExitFine;
+}
+
+/// What a child does. @param host  null: play nothing. It tells what the structure gives before the library opens the
+/// file: that outlives an abort.
+int CheckOne(const Host* host, const SCheckOptions& options, const std::string& path, Progress& progress) {
+  progress.Stage("reading the structure");
+  FileSource source(path, false);
+  const SFileMap map = MapFile(source, path);
+  Json facts = CheckFacts(map, nullptr, Check(map, nullptr, source));
+  progress.Tell(kFacts, facts);
+  if (!map.IsAvi()) return kExitUnreadable;
+  if (!host) return ExitOf(facts, options.bStrict);
+
+  SPlayOptions play;
+  play.bHash = false;
+  play.onStage = [&](const std::string& stage) { progress.Stage(stage); };
+  play.onDone = [&](double share) { progress.Done(share); };
+  const SPlayback playback = Play(*host, path, play);
+  progress.Stage("comparing");
+  facts = CheckFacts(map, &playback, Check(map, &playback, source));
+  progress.Tell(kFacts, facts);
+  return ExitOf(facts, options.bStrict);
+}
+
+/// The facts of a file, whatever became of the child.
+Json FactsOf(const SOutcome& outcome) {
+  const bool told = outcome.told.contains(kFacts);
+  Json facts = told ? outcome.told[kFacts] : UnreadableFacts(outcome.sPath);
+  if (!outcome.bGaveUp) return facts;
+  if (!told) facts["verdict"] = "errors";
+  AddFinding({.pCode = "library-aborts",
+              .severity = FindingKind("library-aborts").severity,
+              .sConsequence = fmt::format("the library {} while {}: a player ends with it", outcome.sHow,
+                                          outcome.sStage.empty() ? "working" : outcome.sStage),
+              .sAdvice = "keep the file away from players; aviprobe remux FILE -o OUT.avi may save what is in it"},
+             &facts);
+  return facts;
+}
+
+class Report {
+ public:
+  Report(const SHostOptions& host, const SCheckOptions& options) : m_bJson(host.bJson), m_Options(options) {}
+
+  void Add(const SOutcome& outcome) {
+    m_nWorst = std::max(m_nWorst, outcome.nExit);
+    m_Files.push_back(FactsOf(outcome));
+    m_bJson ? PrintCheckJson(m_Files.back()) : PrintCheckText(m_Files.back());
+    // What is needed for the end: a batch of thousands keeps no findings.
+    m_Files.back().erase("findings");
+    m_Files.back().erase("tracks");
+    std::fflush(stdout);
+  }
+
+  int Finish() const {
+    if (m_Options.files.size() > 1) m_bJson ? PrintTotalJson(m_Files) : PrintTotalText(m_Files);
+    return m_nWorst;
+  }
+
+ private:
+  bool m_bJson;
+  const SCheckOptions& m_Options;
+  std::vector<Json> m_Files;
+  int m_nWorst = kExitFine;
+};
+
+int RunCheck(const SHostOptions& host, const SCheckOptions& options) {
+  std::optional<Host> player;
+  if (!options.bQuick) player.emplace(host);
+  Report report(host, options);
+  const auto work = [&](const std::string& path, Progress& progress) {
+    return CheckOne(player ? &*player : nullptr, options, path, progress);
+  };
+  // As many at a time as are wanted, so that what is known comes out as the work goes on.
+  for (size_t at = 0; at < options.files.size();) {
+    const size_t count = std::min<size_t>(options.files.size() - at, options.nJobs == 1 ? 1 : options.nJobs * 8);
+    const auto first = options.files.begin() + static_cast<ptrdiff_t>(at);
+    const std::vector<std::string> some(first, first + static_cast<ptrdiff_t>(count));
+    for (const SOutcome& outcome : ForEachFile(host, {.nJobs = options.nJobs}, some, work)) report.Add(outcome);
+    at += count;
+  }
+  return report.Finish();
+}
+
+std::string CodeTable() {
+  std::string text = "Findings:\n";
+  for (const SFindingKind& kind : FindingKinds()) {
+    text += fmt::format("  {:<8} {:<28} {}\n", SeverityName(kind.severity), kind.pCode, kind.pMeaning);
+  }
+  return text;
+}
+
+}  // namespace
+
+void AddCheck(CLI::App& app, Command& command) {
+  auto options = std::make_shared<SCheckOptions>();
+  CLI::App* check = app.add_subcommand("check", "Say what is wrong with files, and what a viewer meets");
+  check->add_option("FILE", options->files, "AVI files")->required();
+  check->add_flag("--strict", options->bStrict, "Notes, too, make the exit code 1");
+  check->add_flag("--quick", options->bQuick, "Look at structure and index only, play nothing");
+  check->add_option("--jobs", options->nJobs, "Files at the same time")
+      ->type_name("N")
+      ->capture_default_str()
+      ->check(Within(1, 64));
+  check->footer(CodeTable());
+  check->callback([=, &command] { command = [=](const SHostOptions& host) { return RunCheck(host, *options); }; });
+}

@@ -1,0 +1,124 @@
+#include "tools/aviprobe/commands/check_text.h"
+
+#include <algorithm>
+
+#include "tools/aviprobe/model/check_facts.h"
+#include "tools/aviprobe/model/findings.h"
+#include "tools/aviprobe/text/names.h"
+#include "tools/aviprobe/text/times.h"
+
+namespace {
+
+constexpr const char* kCounts[] = {"errors", "warnings", "notes"};
+
+uint64_t CountOf(const Json& facts, const char* name) { return facts["counts"][name].get<uint64_t>(); }
+
+std::string NameOf(const Json& facts) { return Printable(facts["file"].get<std::string>()); }
+
+std::string OrDash(const Json& value) { return value.is_null() ? "-" : value.dump(); }
+
+std::string ClockOrDash(const Json& ms) { return ms.is_null() ? "-" : ClockText(ms.get<uint64_t>()); }
+
+/// "2 errors, 1 note".
+std::string CountsText(const Json& facts) {
+  std::string text;
+  for (const std::string_view plural : kCounts) {
+    const uint64_t count = CountOf(facts, plural.data());
+    if (count == 0) continue;
+    if (!text.empty()) text += ", ";
+    text += CountText(count, plural.substr(0, plural.size() - 1));
+  }
+  return text;
+}
+
+void PrintFinding(const Json& finding) {
+  const uint64_t count = finding["count"].get<uint64_t>();
+  fmt::print("{:<7}  {:<27} {:>12}  {:>12}  {:>5}  {}{}\n", finding["severity"].get<std::string>(),
+             finding["code"].get<std::string>(), OrDash(finding["offset"]), ClockOrDash(finding["time_ms"]),
+             OrDash(finding["track"]), finding["consequence"].get<std::string>(),
+             count > 1 ? fmt::format(" ({} times, the last at {})", count, OrDash(finding["last_offset"])) : "");
+  fmt::print("{:9}{}\n", "", finding["advice"].get<std::string>());
+}
+
+std::string VerdictText(const Json& facts) {
+  if (facts["verdict"] == kUnreadable) return "not an AVI file, or not readable";
+  if (facts["verdict"] == "fine") {
+    return fmt::format("fine, {}, {}{}", ClockText(facts["expected_ms"].get<uint64_t>()),
+                       CountText(facts["tracks"].size(), "track"), facts["played"] == true ? "" : ", not played");
+  }
+  if (facts["delivered_ms"].is_null()) return CountsText(facts) + "; not played";
+  return fmt::format("{}; plays {} of {}", CountsText(facts), ClockText(facts["delivered_ms"].get<uint64_t>()),
+                     ClockText(facts["expected_ms"].get<uint64_t>()));
+}
+
+struct STotal {
+  uint64_t nFine = 0, nUnreadable = 0;
+  uint64_t counts[3] = {};  ///< as kCounts
+};
+
+STotal Sum(const std::vector<Json>& files) {
+  STotal total;
+  for (const Json& facts : files) {
+    total.nFine += facts["verdict"] == "fine";
+    total.nUnreadable += facts["verdict"] == kUnreadable;
+    for (size_t i = 0; i < std::size(kCounts); ++i) total.counts[i] += CountOf(facts, kCounts[i]);
+  }
+  return total;
+}
+
+}  // namespace
+
+Json UnreadableFacts(const std::string& path) {
+  return {{"file", path},
+          {"size", nullptr},
+          {"verdict", kUnreadable},
+          {"counts", {{"notes", 0}, {"warnings", 0}, {"errors", 0}}},
+          {"played", false},
+          {"expected_ms", nullptr},
+          {"delivered_ms", nullptr},
+          {"findings", Json::array()},
+          {"tracks", Json::array()}};
+}
+
+void PrintCheckText(const Json& facts) {
+  for (const Json& finding : facts["findings"]) PrintFinding(finding);
+  fmt::print("{}: {}\n", NameOf(facts), VerdictText(facts));
+}
+
+void PrintCheckJson(const Json& facts) {
+  for (const Json& finding : facts["findings"]) {
+    Json record = {{"record", "finding"}, {"schema", kCheckSchema}, {"file", facts["file"]}};
+    record.update(finding);
+    PrintJsonLine(record);
+  }
+  Json record = {{"record", "file_check"}, {"schema", kCheckSchema}};
+  record.update(facts);
+  record.erase("findings");
+  PrintJsonLine(record);
+}
+
+void PrintTotalText(const std::vector<Json>& files) {
+  fmt::print("\n{:<10} {:>6} {:>8} {:>5}  {:>12}  {:>12}  file\n", "verdict", "errors", "warnings", "notes", "plays",
+             "of");
+  for (const Json& facts : files) {
+    fmt::print("{:<10} {:>6} {:>8} {:>5}  {:>12}  {:>12}  {}\n", facts["verdict"].get<std::string>(),
+               CountOf(facts, "errors"), CountOf(facts, "warnings"), CountOf(facts, "notes"),
+               ClockOrDash(facts["delivered_ms"]), ClockOrDash(facts["expected_ms"]), NameOf(facts));
+  }
+  const STotal total = Sum(files);
+  fmt::print("{}: {} fine, {} unreadable; {}, {}, {}\n", CountText(files.size(), "file"), total.nFine,
+             total.nUnreadable, CountText(total.counts[0], "error"), CountText(total.counts[1], "warning"),
+             CountText(total.counts[2], "note"));
+}
+
+void PrintTotalJson(const std::vector<Json>& files) {
+  const STotal total = Sum(files);
+  PrintJsonLine({{"record", "check_total"},
+                 {"schema", kCheckSchema},
+                 {"files", files.size()},
+                 {"fine", total.nFine},
+                 {"unreadable", total.nUnreadable},
+                 {"errors", total.counts[0]},
+                 {"warnings", total.counts[1]},
+                 {"notes", total.counts[2]}});
+}

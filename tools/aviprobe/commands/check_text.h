@@ -1,0 +1,26 @@
+#ifndef ZU_TOOLS_AVIPROBE_COMMANDS_CHECK_TEXT_H_
+#define ZU_TOOLS_AVIPROBE_COMMANDS_CHECK_TEXT_H_
+
+#include <string>
+#include <vector>
+
+#include "tools/aviprobe/text/json_line.h"
+
+// What `check` prints, from the facts that CheckFacts() made.
+
+/// The verdict on a file that could not be read at all, or is no AVI.
+constexpr const char* kUnreadable = "unreadable";
+/// Facts of a file of which nothing is known.
+Json UnreadableFacts(const std::string& path);
+
+/// A line per finding with its advice below, and one of the whole file.
+void PrintCheckText(const Json& facts);
+/// A record `finding` each, and `file_check`.
+void PrintCheckJson(const Json& facts);
+
+/// A table of several files, and their total.
+void PrintTotalText(const std::vector<Json>& files);
+/// A record `check_total`.
+void PrintTotalJson(const std::vector<Json>& files);
+
+#endif  // ZU_TOOLS_AVIPROBE_COMMANDS_CHECK_TEXT_H_
