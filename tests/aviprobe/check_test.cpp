@@ -1,0 +1,587 @@
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <set>
+
+#include "tests/support/avi_builder.h"
+#include "tools/aviprobe/model/check_facts.h"
+#include "tools/aviprobe/model/finding.h"
+
+// Breaks good files, each in one way, and demands that the check names what was done and where.
+
+namespace {
+
+constexpr size_t kFrames = 100;
+constexpr size_t kSecondBytes = 16000;  // of sound
+constexpr size_t kFrameSound = kSecondBytes / 25;
+
+/// A folder of its own, gone with the object.
+class TempFolder {
+ public:
+  TempFolder() {
+    std::string name = (std::filesystem::temp_directory_path() / "check-XXXXXX").string();
+    if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
+    m_Path = name;
+  }
+  ~TempFolder() { std::filesystem::remove_all(m_Path); }
+  TempFolder(const TempFolder&) = delete;
+  TempFolder& operator=(const TempFolder&) = delete;
+
+  std::string Write(const std::string& name, const Bytes& bytes) const {
+    std::ofstream out(m_Path / name, std::ios::binary);
+    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    return (m_Path / name).string();
+  }
+  std::string Path(const std::string& name) const { return (m_Path / name).string(); }
+
+ private:
+  std::filesystem::path m_Path;
+};
+
+/// A picture of MPEG-4 Visual as far as its coding type.
+Bytes Picture(bool key, size_t bytes = 300) {
+  Bytes picture = {0, 0, 1, 0xB6, static_cast<uint8_t>(key ? 0x10 : 0x50)};
+  picture.resize(bytes, 0x55);
+  return picture;
+}
+Bytes Sound(size_t bytes = kFrameSound) { return Bytes(bytes, 0x11); }
+
+const AudioFormat kSound = {.channels = 1, .rate = 8000, .bytesPerSecond = kSecondBytes, .blockAlign = 2};
+
+/// Headers of 25 pictures a second and of sound, for so many pictures of which each has its sound.
+struct SHeaders {
+  uint32_t frames = kFrames;
+  std::optional<uint32_t> streams = {};
+  std::string fourcc = "XVID";
+  uint32_t rate = 25;
+  std::optional<uint32_t> stated = {};  ///< length of the video
+  std::optional<uint32_t> soundBytes = {};
+  uint32_t bufferSize = 0;
+};
+AviBuilder Headers(const SHeaders& headers = {}) {
+  const auto length = headers.stated.value_or(headers.frames);
+  const auto bytes = headers.soundBytes.value_or(headers.frames * static_cast<uint32_t>(kFrameSound));
+  AviBuilder builder;
+  builder.Main({.totalFrames = length, .streams = headers.streams, .width = 320, .height = 240});
+  builder.Video({.fourcc = headers.fourcc},
+                {.scale = 1, .rate = headers.rate, .length = length, .bufferSize = headers.bufferSize});
+  builder.Audio(kSound, StreamHeader{.scale = 2, .rate = kSecondBytes, .length = bytes / 2, .sampleSize = 2});
+  return builder;
+}
+
+/// Pictures `from` to `to`, every 25th a key frame, each with its sound.
+void Play(AviBuilder* builder, size_t from, size_t to) {
+  for (size_t i = from; i < to; ++i) {
+    builder->Chunk(0, Picture(i % 25 == 0), i % 25 == 0);
+    builder->Chunk(1, Sound());
+  }
+}
+AviFile Good() {
+  AviBuilder builder = Headers();
+  Play(&builder, 0, kFrames);
+  return builder.OldIndex().Build();
+}
+int64_t IndexEntry(const AviFile& file, size_t entry) {
+  return static_cast<int64_t>(file.Find("idx1") + 8 + entry * 16);
+}
+
+struct SBroken {
+  Bytes bytes;
+  std::optional<int64_t> nOffset;  ///< where the finding has to be
+};
+SBroken Put(size_t at, const Data& data, std::optional<int64_t> offset) {
+  AviFile file = Good();
+  file.Put(at, data);
+  return {file.bytes, offset};
+}
+
+struct SRow {
+  std::string name;
+  std::function<SBroken()> make;
+  std::string code;
+  std::set<std::string> also = {};  ///< what follows from it
+};
+void PrintTo(const SRow& row, std::ostream* out) { *out << row.name; }
+
+SBroken Truncated() {
+  const AviFile file = Good();
+  return {Head(file.bytes, file.chunks[100] + 20), 0};
+}
+
+SBroken GarbageInMovi() {
+  AviBuilder builder = Headers();
+  Play(&builder, 0, 50);
+  builder.InMovi(Bytes(64, 0xFF));
+  Play(&builder, 50, kFrames);
+  const AviFile file = builder.OldIndex().Build();
+  return {file.bytes, static_cast<int64_t>(file.chunks[100]) - 64};
+}
+
+SBroken BehindMovi(const Bytes& raw) {
+  AviBuilder builder = Headers();
+  Play(&builder, 0, kFrames);
+  const AviFile file = builder.OldIndex().AfterMovi(raw).Build();
+  return {file.bytes, static_cast<int64_t>(file.Find("idx1") - raw.size())};
+}
+
+SBroken OverrunAtEnd() {
+  AviBuilder builder = Headers();
+  Play(&builder, 0, kFrames);
+  AviFile file = builder.AfterMovi(Chunk("JUNK", Bytes(10), 5000)).Build();
+  return {file.bytes, static_cast<int64_t>(file.Find("JUNK"))};
+}
+
+SBroken WithHeaders(const SHeaders& headers, const std::string& at) {
+  AviBuilder builder = Headers(headers);
+  Play(&builder, 0, kFrames);
+  const AviFile file = builder.OldIndex().Build();
+  return {file.bytes, static_cast<int64_t>(file.Find(at))};
+}
+
+SBroken NoIndex() {
+  AviBuilder builder = Headers();
+  Play(&builder, 0, kFrames);
+  return {builder.Build().bytes, std::nullopt};
+}
+
+/// The last 40 pictures are in the file only.
+SBroken ShortIndex() {
+  AviBuilder builder = Headers();
+  Play(&builder, 0, 60);
+  for (size_t i = 60; i < kFrames; ++i) {
+    builder.RawChunk("00dc", Picture(i % 25 == 0));
+    builder.Chunk(1, Sound());
+  }
+  const AviFile file = builder.OldIndex().Build();
+  return {file.bytes, static_cast<int64_t>(file.chunks[120])};
+}
+
+SBroken EmptyIndex() {
+  AviBuilder builder = Headers();
+  for (size_t i = 0; i < kFrames; ++i) {
+    builder.RawChunk("00dc", Picture(i % 25 == 0));
+    builder.RawChunk("01wb", Sound());
+  }
+  const AviFile file = builder.OldIndex().Build();
+  return {file.bytes, static_cast<int64_t>(file.Find("idx1"))};
+}
+
+/// Writes over a part of an entry.
+SBroken Entry(size_t entry, size_t field, const Data& data) {
+  AviFile file = Good();
+  const int64_t at = IndexEntry(file, entry);
+  file.Put(static_cast<size_t>(at) + field, data);
+  return {file.bytes, at};
+}
+
+SBroken SwappedEntries() {
+  AviFile file = Good();
+  const auto at = static_cast<ptrdiff_t>(IndexEntry(file, 10));
+  std::swap_ranges(file.bytes.begin() + at, file.bytes.begin() + at + 16, file.bytes.begin() + at + 32);
+  return {file.bytes, at + 32};
+}
+
+AviFile OpenDml() {
+  AviBuilder builder = Headers();
+  Play(&builder, 0, kFrames);
+  return builder.ChunkIndex(0).ChunkIndex(1).Build();
+}
+SBroken BrokenSuperIndex() {
+  AviFile file = OpenDml();
+  const size_t slot = file.Find("indx") + 8 + 24;
+  file.Put(slot, Le64(123));
+  return {file.bytes, static_cast<int64_t>(slot)};
+}
+
+SBroken Keys(size_t frames, const std::function<bool(size_t)>& flagged, const std::function<bool(size_t)>& coded) {
+  AviBuilder builder = Headers({.frames = static_cast<uint32_t>(frames)});
+  for (size_t i = 0; i < frames; ++i) {
+    builder.Chunk(0, Picture(coded(i)), flagged(i));
+    builder.Chunk(1, Sound());
+  }
+  const AviFile file = builder.OldIndex().Build();
+  return {file.bytes, IndexEntry(file, 0)};
+}
+SBroken FarKeys() {
+  SBroken broken = Keys(
+      400, [](size_t i) { return i == 0; }, [](size_t i) { return i == 0; });
+  const AviFile file{.bytes = broken.bytes};
+  return {broken.bytes, static_cast<int64_t>(file.Find("00dc"))};
+}
+
+/// Empty pictures where `empty` says so.
+SBroken EmptyPictures(const std::function<bool(size_t)>& empty, size_t chunk) {
+  AviBuilder builder = Headers();
+  for (size_t i = 0; i < kFrames; ++i) {
+    builder.Chunk(0, empty(i) ? Bytes() : Picture(i % 25 == 0), i % 25 == 0);
+    builder.Chunk(1, Sound());
+  }
+  const AviFile file = builder.OldIndex().Build();
+  return {file.bytes, static_cast<int64_t>(file.chunks[chunk])};
+}
+
+/// Each picture with so much sound; `last` is the chunk at which the finding stands, or the sound's header.
+SBroken SoundOf(const std::function<size_t(size_t)>& bytesOf, std::optional<size_t> chunk) {
+  size_t bytes = 0;
+  for (size_t i = 0; i < kFrames; ++i) bytes += bytesOf(i);
+  AviBuilder builder = Headers({.soundBytes = static_cast<uint32_t>(bytes)});
+  for (size_t i = 0; i < kFrames; ++i) {
+    builder.Chunk(0, Picture(i % 25 == 0), i % 25 == 0);
+    if (bytesOf(i) > 0) builder.Chunk(1, Sound(bytesOf(i)));
+  }
+  const AviFile file = builder.OldIndex().Build();
+  return {file.bytes, static_cast<int64_t>(chunk ? file.chunks[*chunk] : file.Find("strh", 1))};
+}
+
+SBroken ShortPicture() {
+  AviBuilder builder = Headers({.stated = 50});
+  Play(&builder, 0, 50);
+  for (size_t i = 50; i < kFrames; ++i) builder.Chunk(1, Sound());
+  const AviFile file = builder.OldIndex().Build();
+  return {file.bytes, static_cast<int64_t>(file.chunks[98])};
+}
+
+SBroken SoundBehindPicture() {
+  AviBuilder builder = Headers();
+  for (size_t i = 0; i < kFrames; ++i) builder.Chunk(0, Picture(i % 25 == 0), i % 25 == 0);
+  for (size_t i = 0; i < kFrames; ++i) builder.Chunk(1, Sound());
+  const AviFile file = builder.OldIndex().Build();
+  return {file.bytes, static_cast<int64_t>(file.chunks[kFrames])};
+}
+
+SBroken LargePicture() {
+  AviBuilder builder = Headers({.frames = 101});
+  Play(&builder, 0, kFrames);
+  builder.Chunk(0, Picture(true, 5u << 20)).Chunk(1, Sound());
+  const AviFile file = builder.OldIndex().Build();
+  return {file.bytes, static_cast<int64_t>(file.chunks[200])};
+}
+
+SBroken Orphan() {
+  AviBuilder builder = Headers();
+  Play(&builder, 0, kFrames);
+  const AviFile file = builder.RawChunk("07dc", Picture(true)).OldIndex().Build();
+  return {file.bytes, static_cast<int64_t>(file.chunks[200])};
+}
+
+SBroken NoPad() {
+  AviBuilder builder = Headers({.frames = 101});
+  Play(&builder, 0, 50);
+  builder.InMovi(Join({"00dc", Le32(301), Picture(false, 301)})).RawChunk("01wb", Sound());
+  Play(&builder, 50, kFrames);
+  const AviFile file = builder.Build();
+  return {file.bytes, static_cast<int64_t>(file.chunks[100]) - 309};
+}
+
+/// More empty chunks in a row than the library reads on over, and no index to jump.
+SBroken ManyEmpty() {
+  AviBuilder builder = Headers({.frames = 1300});
+  Play(&builder, 0, 50);
+  for (size_t i = 50; i < 1250; ++i) builder.Chunk(0, Bytes(), false).Chunk(1, Sound());
+  Play(&builder, 1250, 1300);
+  return {builder.Build().bytes, std::nullopt};
+}
+
+const SRow kRows[] = {
+    {.name = "NotAnAvi",
+     .make =
+         [] {
+           return SBroken{Bytes(5000, 'x'), 0};
+         },
+     .code = "not-an-avi"},
+    {.name = "EndCutOff",
+     .make = Truncated,
+     .code = "riff-truncated",
+     .also = {"header-length-differs", "index-missing"}},
+    {.name = "RiffSizeZero", .make = [] { return Put(4, Le32(0), 0); }, .code = "size-zero"},
+    {.name = "BytesBehindTheEnd",
+     .make =
+         [] {
+           const Bytes good = Good().bytes;
+           return SBroken{Join({good, Bytes(100)}), static_cast<int64_t>(good.size())};
+         },
+     .code = "trailing-data"},
+    {.name = "BytesBetweenChunks", .make = GarbageInMovi, .code = "garbage"},
+    {.name = "ChunkBeyondItsList", .make = OverrunAtEnd, .code = "chunk-overrun", .also = {"index-missing"}},
+    {.name = "ListWithoutType", .make = [] { return BehindMovi(Chunk("LIST", "ab")); }, .code = "list-broken"},
+    {.name = "NoPadByte", .make = NoPad, .code = "no-pad", .also = {"index-missing"}},
+    {.name = "UnknownName", .make = [] { return BehindMovi(Chunk("ABCD", "1234")); }, .code = "unknown-chunk-id"},
+    {.name = "SizeOfAPictureDamaged",
+     .make =
+         [] {
+           const size_t at = Good().chunks[40];
+           return Put(at + 4, Le32(0x40000000 + 300), static_cast<int64_t>(at));
+         },
+     .code = "sync-lost"},
+    {.name = "NoMainHeader",
+     .make = [] { return Put(Good().Find("avih"), "JUNK", 0); },
+     .code = "header-missing",
+     .also = {"library-refuses"}},
+    {.name = "OneStreamTooManyAnnounced",
+     .make = [] { return WithHeaders({.streams = 3}, "avih"); },
+     .code = "stream-count",
+     .also = {"library-refuses"}},
+    {.name = "LibraryRefuses",
+     .make =
+         [] {
+           return SBroken{WithHeaders({.streams = 3}, "avih").bytes, 0};
+         },
+     .code = "library-refuses",
+     .also = {"stream-count"}},
+    {.name = "DataOfNoStream", .make = Orphan, .code = "orphan-chunks"},
+    {.name = "LengthTooLong",
+     .make = [] { return WithHeaders({.stated = 1000}, "strh"); },
+     .code = "header-length-differs"},
+    {.name = "RateZero", .make = [] { return WithHeaders({.rate = 0}, "strh"); }, .code = "rate-zero"},
+    {.name = "CodecUnknown", .make = [] { return WithHeaders({.fourcc = "ZZZZ"}, "strf"); }, .code = "codec-unknown"},
+    {.name = "NoIndex", .make = NoIndex, .code = "index-missing"},
+    {.name = "IndexEndsEarly", .make = ShortIndex, .code = "index-short", .also = {"delivered-less-than-present"}},
+    {.name = "IndexEmpty", .make = EmptyIndex, .code = "index-zero"},
+    {.name = "EntryOfZeros",
+     .make = [] { return Entry(20, 0, Bytes(16)); },
+     .code = "index-zero",
+     .also = {"index-short", "delivered-less-than-present"}},
+    {.name = "EntryBeyondTheEnd",
+     .make = [] { return Entry(20, 8, Le32(0x7FFFFFFF)); },
+     .code = "index-past-end",
+     .also = {"index-short", "delivered-less-than-present"}},
+    {.name = "EntryWithAnotherSize", .make = [] { return Entry(20, 12, Le32(250)); }, .code = "index-mismatch"},
+    {.name = "EntryOfTheOtherTrack",
+     .make = [] { return Entry(20, 0, "01wb"); },
+     .code = "index-mismatch",
+     .also = {"delivered-less-than-present"}},
+    {.name = "EntriesOutOfOrder", .make = SwappedEntries, .code = "index-mismatch"},
+    {.name = "KeyFlagOnAnother", .make = [] { return Entry(20, 4, Le32(0x10)); }, .code = "index-mismatch"},
+    {.name = "SuperIndexPointsElsewhere", .make = BrokenSuperIndex, .code = "odml-broken"},
+    {.name = "NoKeyFlags",
+     .make =
+         [] {
+           return Keys(
+               kFrames, [](size_t) { return false; }, [](size_t i) { return i % 25 == 0; });
+         },
+     .code = "keyflags-none"},
+    {.name = "AllKeyFlags",
+     .make =
+         [] {
+           return Keys(
+               kFrames, [](size_t) { return true; }, [](size_t i) { return i % 25 == 0; });
+         },
+     .code = "keyflags-all"},
+    {.name = "KeyFramesFarApart", .make = FarKeys, .code = "keyframe-gap"},
+    {.name = "EveryFourthEmpty",
+     .make = [] { return EmptyPictures([](size_t i) { return i % 4 == 3; }, 6); },
+     .code = "empty-chunks"},
+    {.name = "PictureStandsStill",
+     .make = [] { return EmptyPictures([](size_t i) { return i >= 26 && i < 66; }, 52); },
+     .code = "empty-chunks",
+     .also = {"gap"}},
+    {.name = "SoundOfAnotherSpeed",
+     .make = [] { return SoundOf([](size_t) { return kFrameSound - 100; }, {}); },
+     .code = "audio-drift"},
+    {.name = "SoundEndsEarly",
+     .make = [] { return SoundOf([](size_t i) { return i < 50 ? kFrameSound : 0; }, 99); },
+     .code = "audio-short"},
+    {.name = "PictureEndsEarly", .make = ShortPicture, .code = "video-short"},
+    {.name = "SoundBehindAllPictures", .make = SoundBehindPicture, .code = "interleave-far"},
+    {.name = "PictureAboveTheBuffer", .make = LargePicture, .code = "chunk-over-buffer"},
+    {.name = "PicturesAboveWhatTheHeaderSuggests",
+     .make =
+         [] {
+           return SBroken{WithHeaders({.bufferSize = 250}, "strh").bytes, static_cast<int64_t>(Good().chunks[0])};
+         },
+     .code = "buffer-size-small"},
+    {.name = "ThousandEmptyPictures",
+     .make = ManyEmpty,
+     .code = "track-failed",
+     .also = {"empty-chunks", "index-missing", "delivered-less-than-present"}},
+};
+
+std::string Text(const std::vector<SFinding>& findings) {
+  std::string text;
+  for (const SFinding& finding : findings) text += FindingFacts(finding).dump() + "\n";
+  return text;
+}
+
+std::vector<SFinding> CheckFile(const std::string& path) {
+  FileSource source(path, false);
+  const SFileMap map = MapFile(source, path);
+  if (!map.IsAvi()) return Check(map, nullptr, source);
+  static const Host host([] {
+    SHostOptions options;
+    options.sLibrary = ZU_LIBRARY_PATH;
+    return options;
+  }());
+  const SPlayback playback = Play(host, path, {.bHash = false});
+  return Check(map, &playback, source);
+}
+
+class BrokenFile : public testing::TestWithParam<SRow> {};
+
+TEST_P(BrokenFile, IsNamedWhereItIsBroken) {
+  const TempFolder folder;
+  const SBroken broken = GetParam().make();
+  const std::vector<SFinding> findings = CheckFile(folder.Write("broken.avi", broken.bytes));
+  const bool named = std::any_of(findings.begin(), findings.end(), [&](const SFinding& finding) {
+    return finding.pCode == GetParam().code && (!broken.nOffset || finding.nOffset == broken.nOffset);
+  });
+  EXPECT_TRUE(named) << "wanted at " << broken.nOffset.value_or(-1) << " of:\n" << Text(findings);
+}
+
+TEST_P(BrokenFile, HasNoOtherFault) {
+  const TempFolder folder;
+  std::set<std::string> expected = GetParam().also, found;
+  expected.insert(GetParam().code);
+  const std::vector<SFinding> findings = CheckFile(folder.Write("broken.avi", GetParam().make().bytes));
+  for (const SFinding& finding : findings) found.insert(finding.pCode);
+  EXPECT_EQ(found, expected) << Text(findings);
+}
+
+INSTANTIATE_TEST_SUITE_P(Check, BrokenFile, testing::ValuesIn(kRows), [](const auto& row) { return row.param.name; });
+
+TEST(Check, EveryKindHasARow) {
+  std::set<std::string> unseen;
+  for (const SFindingKind& kind : FindingKinds()) unseen.insert(kind.pCode);
+  for (const SRow& row : kRows) {
+    unseen.erase(row.code);
+    for (const std::string& code : row.also) unseen.erase(code);
+  }
+  // What ends the process cannot be a row: see AbortLeavesTheOthers.
+  EXPECT_EQ(unseen, std::set<std::string>{"library-aborts"});
+}
+
+TEST(Check, EqualFaultsAreOneFinding) {
+  const TempFolder folder;
+  AviFile file = Good();
+  const int64_t first = IndexEntry(file, 0), last = IndexEntry(file, 198);
+  for (size_t i = 0; i < 200; i += 2) file.Put(static_cast<size_t>(IndexEntry(file, i)) + 12, Le32(250));
+  const std::vector<SFinding> findings = CheckFile(folder.Write("sizes.avi", file.bytes));
+  ASSERT_EQ(findings.size(), 1u) << Text(findings);
+  EXPECT_EQ(findings[0].nCount, 100u);
+  EXPECT_EQ(findings[0].nOffset, first);
+  EXPECT_EQ(findings[0].nLastOffset, last);
+}
+
+TEST(Check, TellsWhenAndWhatAViewerMeets) {
+  const TempFolder folder;
+  const std::vector<SFinding> findings = CheckFile(folder.Write("short.avi", ShortIndex().bytes));
+  ASSERT_FALSE(findings.empty());
+  EXPECT_EQ(findings[0].nTimeMs, 2400u) << Text(findings);
+  EXPECT_NE(findings[0].sConsequence.find("stops at 00:00:02.400 of 00:00:04.000"), std::string::npos)
+      << Text(findings);
+}
+
+TEST(Check, GoodFilesHaveNoFinding) {
+  const TempFolder folder;
+  const std::vector<SFinding> legacy = CheckFile(folder.Write("good.avi", Good().bytes));
+  EXPECT_TRUE(legacy.empty()) << Text(legacy);
+  const std::vector<SFinding> odml = CheckFile(folder.Write("odml.avi", OpenDml().bytes));
+  EXPECT_TRUE(odml.empty()) << Text(odml);
+}
+
+class Sample : public testing::TestWithParam<const char*> {};
+
+TEST_P(Sample, HasNoFindingBut) {
+  const std::string name = GetParam();
+  std::set<std::string> found, expected;
+  if (name == "no-index.avi") expected.insert("index-missing");  // made without one on purpose
+  const std::vector<SFinding> findings = CheckFile(std::string(ZU_SAMPLES_DIR) + "/" + name);
+  for (const SFinding& finding : findings) found.insert(finding.pCode);
+  EXPECT_EQ(found, expected) << Text(findings);
+}
+
+INSTANTIATE_TEST_SUITE_P(Check, Sample,
+                         testing::Values("audio-only.avi", "eac3.avi", "h264-ac3.avi", "mjpeg-pcm24.avi",
+                                         "mpeg2-mp2.avi", "mpeg4-bframes-mp3.avi", "mulaw.avi", "no-index.avi",
+                                         "opendml.avi", "two-audio.avi", "video-only.avi", "xvid-pcm.avi"));
+
+struct SRun {
+  int nExit = -1;
+  std::string sOutput;
+};
+SRun RunCheck(const std::string& arguments) {
+  SRun run;
+  FILE* pipe = popen((std::string(ZU_AVIPROBE_PATH) + " check " + arguments + " 2>&1").c_str(), "r");
+  if (!pipe) return run;
+  std::array<char, 4096> block;
+  for (size_t n; (n = fread(block.data(), 1, block.size(), pipe)) > 0;) run.sOutput.append(block.data(), n);
+  const int status = pclose(pipe);
+  if (WIFEXITED(status)) run.nExit = WEXITSTATUS(status);
+  return run;
+}
+
+struct SToolRow {
+  std::string name;
+  std::string arguments;  ///< FOLDER stands for the files'
+  int nExit;
+};
+void PrintTo(const SToolRow& row, std::ostream* out) { *out << row.name; }
+
+class CheckTool : public testing::TestWithParam<SToolRow> {
+ protected:
+  CheckTool() {
+    m_Folder.Write("good.avi", Good().bytes);
+    m_Folder.Write("note.avi", BehindMovi(Chunk("ABCD", "1234")).bytes);
+    m_Folder.Write("noindex.avi", NoIndex().bytes);
+    m_Folder.Write("text.avi", Bytes(5000, 'x'));
+    AviFile abort = Good();
+    abort.Put(abort.Find("movi") - 4, Le32(2));
+    m_Folder.Write("abort.avi", abort.bytes);
+  }
+  SRun Run(std::string arguments) const {
+    for (size_t at; (at = arguments.find("FOLDER")) != std::string::npos;) {
+      arguments.replace(at, 6, m_Folder.Path(""));
+    }
+    return RunCheck(arguments);
+  }
+  TempFolder m_Folder;
+};
+
+TEST_P(CheckTool, ExitsAsTheWorstFile) {
+  const SRun run = Run(GetParam().arguments);
+  EXPECT_EQ(run.nExit, GetParam().nExit) << run.sOutput;
+}
+
+const SToolRow kToolRows[] = {
+    {.name = "Good", .arguments = "FOLDERgood.avi", .nExit = 0},
+    {.name = "Note", .arguments = "FOLDERnote.avi", .nExit = 0},
+    {.name = "NoteStrict", .arguments = "--strict FOLDERnote.avi", .nExit = 1},
+    {.name = "Warning", .arguments = "FOLDERnoindex.avi", .nExit = 1},
+    {.name = "Usage", .arguments = "--jobs 0 FOLDERgood.avi", .nExit = 2},
+    {.name = "NoAvi", .arguments = "FOLDERgood.avi FOLDERtext.avi", .nExit = 3},
+    {.name = "NoFile", .arguments = "FOLDERnowhere.avi", .nExit = 3},
+    {.name = "Abort", .arguments = "FOLDERabort.avi FOLDERtext.avi", .nExit = 4},
+    {.name = "AbortQuick", .arguments = "--quick FOLDERabort.avi", .nExit = 1},
+};
+INSTANTIATE_TEST_SUITE_P(Check, CheckTool, testing::ValuesIn(kToolRows),
+                         [](const auto& row) { return row.param.name; });
+
+class CheckBatch : public CheckTool {};
+
+TEST_P(CheckBatch, AbortLeavesTheOthers) {
+  const SRun run = Run(GetParam().arguments);
+  EXPECT_EQ(run.nExit, GetParam().nExit) << run.sOutput;
+  EXPECT_NE(run.sOutput.find(R"("code":"library-aborts")"), std::string::npos) << run.sOutput;
+  EXPECT_NE(run.sOutput.find("while opening"), std::string::npos) << run.sOutput;
+  EXPECT_NE(run.sOutput.find(R"("code":"index-missing")"), std::string::npos) << run.sOutput;
+  EXPECT_NE(run.sOutput.find(R"("files":4,"fine":2)"), std::string::npos) << run.sOutput;
+}
+
+const SToolRow kBatches[] = {
+    {.name = "OneByOne",
+     .arguments = "--json FOLDERgood.avi FOLDERabort.avi FOLDERnoindex.avi FOLDERgood.avi",
+     .nExit = 4},
+    {.name = "FourAtATime",
+     .arguments = "--json --jobs 4 FOLDERgood.avi FOLDERabort.avi FOLDERnoindex.avi FOLDERgood.avi",
+     .nExit = 4},
+};
+INSTANTIATE_TEST_SUITE_P(Check, CheckBatch, testing::ValuesIn(kBatches),
+                         [](const auto& row) { return row.param.name; });
+
+}  // namespace
