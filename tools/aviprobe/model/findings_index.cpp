@@ -17,12 +17,21 @@ bool IsPastEnd(const SFileMap& map, const SIndexRef& ref) {
          ref.nSize > map.nSize - kChunkHeaderBytes - ref.nPosition;
 }
 
+/// The size that a chunk should state, its own where the walk found it right.
+uint32_t RightSize(const SFileMap& map, const SIndexRef& ref, const SChunk& chunk) {
+  if (!chunk.bMarked) return chunk.nSize;
+  for (const SMark& mark : map.MarksOf(static_cast<size_t>(ref.nChunk))) {
+    if (mark.mark == EMark::kWrongSize) return static_cast<uint32_t>(mark.nBytes);
+  }
+  return chunk.nSize;
+}
+
 /// Whether an entry fits the chunk whose header begins where it points. "00db" for "00dc" is no matter, nor are lists.
 bool Fits(const SFileMap& map, const SIndexRef& ref) {
   if (ref.nChunk < 0) return false;
   const SChunk& chunk = map.chunks[static_cast<size_t>(ref.nChunk)];
   if (chunk.bList) return ref.id == chunk.type || ref.id == chunk.id;
-  return chunk.nStream == ref.nStream && chunk.nSize == ref.nSize;
+  return chunk.nStream == ref.nStream && RightSize(map, ref, chunk) == ref.nSize;
 }
 
 class IndexCheck {

@@ -33,9 +33,13 @@ void CheckCodec(const STrackFacts& track, Findings* findings) {
                  .sAdvice = "encode the track with a codec that the library knows"});
 }
 
+bool IsEnded(const STrackPlayback& played) {
+  return played.ending == Ending::kEndOfTrack || played.ending == Ending::kStopped;
+}
+
 void CheckEnding(const STrackFacts& track, Findings* findings) {
   const STrackPlayback& played = *track.pPlayed;
-  if (played.ending == Ending::kEndOfTrack || played.ending == Ending::kStopped) return;
+  if (IsEnded(played)) return;
   const auto at = static_cast<uint32_t>(track.DeliveredMs());
   const std::string how = played.ending == Ending::kStalled ? std::string("gives nothing more, and no end")
                                                             : "fails with " + StatusText(played.nStatus);
@@ -71,6 +75,7 @@ uint64_t LostMs(const STrackFacts& track) {
 }
 
 void CheckLoss(const STrackFacts& track, Findings* findings) {
+  if (!IsEnded(*track.pPlayed)) return;  // said already
   const uint64_t lost = LostMs(track);
   const bool isVideo = track.pHeader->IsVideo();
   if (isVideo ? lost == 0 : lost <= kLossMs) return;

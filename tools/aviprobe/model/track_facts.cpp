@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "tools/aviprobe/model/chunk_data.h"
+
 namespace {
 
 bool OdmlBroken(const SFileMap& map) {
@@ -19,7 +21,8 @@ void CountChunks(const SFileMap& map, std::vector<STrackFacts>* tracks) {
     track.chunks.push_back(static_cast<uint32_t>(i));
     track.before.push_back(track.present.nBytes);
     track.nEmpty += chunk.nSize == 0;
-    track.present.nBytes += static_cast<uint64_t>(map.PresentBytes(chunk));
+    // A damaged size must not count what belongs to the chunks behind it.
+    track.present.nBytes += static_cast<uint64_t>(std::max<int64_t>(OwnEnd(map, i) - chunk.DataOffset(), 0));
   }
 }
 
