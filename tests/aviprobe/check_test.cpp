@@ -405,7 +405,7 @@ const SRow kRows[] = {
      .code = "buffer-size-small"},
     {.name = "ThousandEmptyPictures",
      .make = [] { return ManyEmpty(true); },
-     .code = "track-failed",
+     .code = "gap",
      .also = {"empty-chunks", "keyframe-gap"}},
     {.name = "ThousandEmptyPicturesWithoutIndex",
      .make = [] { return ManyEmpty(false); },
@@ -419,17 +419,21 @@ std::string Text(const std::vector<SFinding>& findings) {
   return text;
 }
 
-std::vector<SFinding> CheckFile(const std::string& path) {
+std::vector<SFinding> CheckFile(const std::string& path, const Host& host) {
   FileSource source(path, false);
   const SFileMap map = MapFile(source, path);
   if (!map.IsAvi()) return Check(map, nullptr, source);
-  static const Host host([] {
-    SHostOptions options;
-    options.sLibrary = ZU_LIBRARY_PATH;
-    return options;
-  }());
   const SPlayback playback = Play(host, path);
   return Check(map, &playback, source);
+}
+SHostOptions OwnLibrary() {
+  SHostOptions options;
+  options.sLibrary = ZU_LIBRARY_PATH;
+  return options;
+}
+std::vector<SFinding> CheckFile(const std::string& path) {
+  static const Host host(OwnLibrary());
+  return CheckFile(path, host);
 }
 
 class BrokenFile : public testing::TestWithParam<SRow> {};
@@ -462,8 +466,19 @@ TEST(Check, EveryKindHasARow) {
     unseen.erase(row.code);
     for (const std::string& code : row.also) unseen.erase(code);
   }
-  // What ends the process cannot be a row: see AbortLeavesTheOthers.
-  EXPECT_EQ(unseen, std::set<std::string>{"library-aborts"});
+  // No file makes these: see AbortLeavesTheOthers and ReadErrorEndsATrack.
+  EXPECT_EQ(unseen, (std::set<std::string>{"library-aborts", "track-failed"}));
+}
+
+TEST(Check, ReadErrorEndsATrack) {
+  const TempFolder folder;
+  SHostOptions options = OwnLibrary();
+  options.failure = {.nRead = 100, .nStatus = AVI_IO_ERROR};
+  const std::vector<SFinding> findings = CheckFile(folder.Write("good.avi", Good().bytes), Host(options));
+  ASSERT_FALSE(findings.empty());
+  EXPECT_STREQ(findings[0].pCode, "track-failed") << Text(findings);
+  EXPECT_EQ(findings[0].nTrack, 0) << Text(findings);
+  EXPECT_NE(findings[0].sConsequence.find("-1004"), std::string::npos) << Text(findings);
 }
 
 TEST(Check, EqualFaultsAreOneFinding) {
