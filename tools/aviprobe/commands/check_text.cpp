@@ -36,7 +36,7 @@ void PrintFinding(const Json& finding) {
   fmt::print("{:<7}  {:<27} {:>12}  {:>12}  {:>5}  {}{}\n", finding["severity"].get<std::string>(),
              finding["code"].get<std::string>(), OrDash(finding["offset"]), ClockOrDash(finding["time_ms"]),
              OrDash(finding["track"]), finding["consequence"].get<std::string>(),
-             count > 1 ? fmt::format(" ({} times, the last at {})", count, OrDash(finding["last_offset"])) : "");
+             count > 1 ? fmt::format(" (the last at {})", OrDash(finding["last_offset"])) : "");
   fmt::print("{:9}{}\n", "", finding["advice"].get<std::string>());
 }
 

@@ -77,9 +77,14 @@ class StructureCheck {
     const FileFacts& facts = m_Findings.Facts();
     const STrackFacts* main = facts.Main();
     const std::string share = main ? ShareText(main->present.nMs, facts.ExpectedMs()) : "nothing";
-    m_Findings.Add("riff-truncated", m_Truncated, {},
-                   fmt::format("{} bytes are missing at the end; what is there plays {}", m_nMissing, share),
-                   kAdviceSource + std::string("; ") + kAdviceRemux);
+    if (m_Truncated.nCount > 0) {
+      m_Findings.Add(
+          {.pCode = "riff-truncated",
+           .nOffset = m_Truncated.nFirst,
+           .nTimeMs = facts.MsAt(m_Map.nSize),
+           .sConsequence = fmt::format("{} bytes are missing at the end; what is there plays {}", m_nMissing, share),
+           .sAdvice = kAdviceSource + std::string("; ") + kAdviceRemux});
+    }
     m_Findings.Add("size-zero", m_SizeZero, {},
                    CountText(m_SizeZero.nCount, "chunk") +
                        " of size 0: players that go by the size find nothing in it and do not open the file",
