@@ -367,4 +367,86 @@ TEST(FileMap, AnIndexGivesNoMoreEntriesThanItHolds) {
   EXPECT_FALSE(map.superSlots[0].bFound);
 }
 
+// Fields.
+
+/// The file whose fields are looked at. Sound is stream 0, in floating point as its sub-format says; video is stream 1.
+AviFile FileWithFields() {
+  const Bytes subFormat = Join({Le16(24), Le32(3), "\3\0\0\0\0\0\x10\0\x80\0\0\xAA\0\x38\x9B\x71"});
+  AviBuilder film;
+  film.Main({.microSecPerFrame = 33367});
+  film.Audio({.tag = 0xFFFE, .extra = subFormat}, StreamHeader{.scale = 0, .rate = 44100});
+  film.InStream(Chunk("strn", "Rue\x1b[2J\0"));
+  film.Video({.fourcc = "xvid", .height = 0xFFFFFF10}, {.scale = 1001, .rate = 30000, .length = 300});
+  film.InHeader(List("odml", Chunk("dmlh", Le32(123))));
+  film.Chunk(1, Bytes(kUnit, 0xE1)).Chunk(1, Bytes(kUnit, 0xE1), false).ChunkIndex(1).OldIndex();
+  AviFile file = film.Build();
+  return file.Put(file.Find("avih") + 8 + 12, Le32(0x80000110));
+}
+
+struct FieldRow {
+  const char* row;
+  const char* chunk;
+  size_t nth;  ///< of the chunks with that name
+  const char* name;
+  uint64_t at;  ///< in the chunk's data
+  const char* raw;
+  const char* meaning;  ///< with #0 for the position of the first data chunk
+};
+class DecodedField : public testing::TestWithParam<FieldRow> {};
+
+TEST_P(DecodedField, StandsWhereItIsAndSaysWhatItMeans) {
+  const FieldRow& row = GetParam();
+  const AviFile bytes = FileWithFields();
+  const TempFile file(bytes.bytes);
+  FileSource source(file.Path(), false);
+  const SFileMap map = MapFile(source, file.Path());
+  const auto at = static_cast<int64_t>(bytes.Find(row.chunk, row.nth));
+  const SChunk* chunk = map.ChunkAt(at);
+  ASSERT_NE(chunk, nullptr);
+  const std::vector<SField> fields = DecodeFields(source, map, static_cast<size_t>(chunk - map.chunks.data()));
+  const auto field = std::find_if(fields.begin(), fields.end(), [&](const SField& f) { return f.sName == row.name; });
+  ASSERT_NE(field, fields.end());
+  EXPECT_EQ(field->nOffset, at + 8 + static_cast<int64_t>(row.at));
+  EXPECT_EQ(field->sRaw, row.raw);
+  std::string meaning = row.meaning;
+  if (const size_t mark = meaning.find('#'); mark != std::string::npos) {
+    const auto number = static_cast<size_t>(meaning[mark + 1] - '0');
+    meaning.replace(mark, 2, std::to_string(bytes.chunks[number]));
+  }
+  EXPECT_EQ(field->sMeaning, meaning);
+}
+
+const FieldRow kFields[] = {
+    {"FrameTime", "avih", 0, "dwMicroSecPerFrame", 0, "33367", "29.97 frames/s"},
+    {"MainFlags", "avih", 0, "dwFlags", 12, "0x80000110", "has an index, is interleaved, unknown 0x80000000"},
+    {"NoScale", "strh", 0, "dwRate", 24, "44100", "scale 0: no rate"},
+    {"Rate", "strh", 1, "dwRate", 24, "30000", "29.97 frames/s (30000/1001)"},
+    {"Length", "strh", 1, "dwLength", 32, "300", "10.010 s"},
+    {"Tag", "strf", 0, "wFormatTag", 0, "0xfffe", "extensible: the sub-format says which"},
+    {"SubFormat", "strf", 0, "SubFormat", 24, "00000003-0000-0010-8000-00aa00389b71", "PCM, floating point"},
+    {"BytesPerSecond", "strf", 0, "nAvgBytesPerSec", 8, "176400", "1411.2 kbit/s"},
+    {"Compression", "strf", 1, "biCompression", 16, "xvid", "MPEG-4 Visual"},
+    {"NegativeHeight", "strf", 1, "biHeight", 8, "-240", "lines run from the top"},
+    {"NameOfAStream", "strn", 0, "szName", 0, "Rue\\x1b[2J", ""},
+    {"FramesOfAllGroups", "dmlh", 0, "dwTotalFrames", 0, "123", ""},
+    {"SuperIndex", "indx", 0, "bIndexType", 3, "0", "index of indexes"},
+    {"ChunkIndex", "ix01", 0, "bIndexType", 3, "1", "index of chunks"},
+    {"ChunkIndexEntry", "ix01", 0, "aIndex[1]", 32, "dwOffset 56, dwSize 0x80000028", "01dc at #1, 40 bytes"},
+    {"LegacyEntry", "idx1", 0, "aIndex[0]", 0, "ckid 01dc, dwFlags 0x00000010, dwChunkOffset 4, dwChunkLength 40",
+     "01dc at #0, key frame"},
+};
+INSTANTIATE_TEST_SUITE_P(Table, DecodedField, testing::ValuesIn(kFields),
+                         [](const auto& row) { return std::string(row.param.row); });
+
+TEST(FileMap, ReadsTheStreamsHeaders) {
+  const SFileMap map = MapOf(FileWithFields().bytes);
+  ASSERT_EQ(map.streams.size(), 2u);
+  EXPECT_EQ(map.streams[0].FormatTag(), 3);
+  EXPECT_EQ(map.streams[0].sName, "Rue\x1b[2J");
+  EXPECT_FALSE(map.streams[0].DeclaredSeconds().has_value());
+  EXPECT_EQ(map.streams[1].Compression(), FourCC("xvid"));
+  EXPECT_EQ(map.streams[1].Height(), -240);
+  EXPECT_DOUBLE_EQ(map.streams[1].DeclaredSeconds().value_or(0), 10.01);
+}
+
 }  // namespace

@@ -28,7 +28,11 @@ class Printer {
       : m_Source(source), m_Map(map), m_Options(options), m_bJson(json) {}
 
   void Print() {
-    if (!m_bJson) fmt::print("      offset       bytes  chunk\n");
+    if (m_bJson) {
+      PrintJsonLine({{"record", "tree"}, {"file", m_Map.sPath}, {"bytes", m_Map.nSize}});
+    } else {
+      fmt::print("      offset       bytes  chunk\n");
+    }
     auto gap = m_Map.leftOver.begin();
     for (size_t i = 0; i < m_Map.chunks.size(); ++i) {
       const SChunk& chunk = m_Map.Chunk(i);

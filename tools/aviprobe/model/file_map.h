@@ -99,7 +99,8 @@ struct SStreamHeader {
   /// biWidth and biHeight as they stand; a negative height means that lines run from the top.
   int32_t Width() const;
   int32_t Height() const;
-  /// wFormatTag of audio, that of the sub-format in an extensible one; 0 otherwise.
+  /// wFormatTag of audio; of an extensible one that of the sub-format, 0xFFFE when that stands for no tag; 0 of other
+  /// streams.
   uint16_t FormatTag() const;
   uint32_t SamplesPerSec() const;
   uint32_t AvgBytesPerSec() const;

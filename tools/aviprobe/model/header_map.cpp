@@ -5,6 +5,7 @@
 #include <span>
 
 #include "tools/aviprobe/model/chunk_data.h"
+#include "tools/aviprobe/model/format_names.h"
 #include "tools/aviprobe/model/little_endian.h"
 
 namespace {
@@ -15,8 +16,7 @@ constexpr size_t kMostFormat = 64u << 10, kMostName = 256;
 // BITMAPINFOHEADER and WAVEFORMATEX.
 constexpr size_t kWidthAt = 4, kHeightAt = 8, kCompressionAt = 16;
 constexpr size_t kTagAt = 0, kChannelsAt = 2, kSamplesAt = 4, kBytesPerSecAt = 8, kBlockAlignAt = 12, kBitsAt = 14;
-constexpr size_t kSubFormatAt = 24;  // its first two bytes are a format tag
-constexpr uint16_t kExtensible = 0xFFFE;
+constexpr size_t kSubFormatAt = 24;
 
 SMainHeader DecodeMain(std::span<const uint8_t> raw, int64_t offset) {
   return {.nOffset = offset,
@@ -88,7 +88,8 @@ int32_t SStreamHeader::Height() const { return IsVideo() ? std::bit_cast<int32_t
 uint16_t SStreamHeader::FormatTag() const {
   if (!IsAudio()) return 0;
   const uint16_t tag = Le16At(format, kTagAt);
-  return tag == kExtensible && format.size() >= kSubFormatAt + 2 ? Le16At(format, kSubFormatAt) : tag;
+  if (tag != kExtensibleTag || format.size() < kSubFormatAt + kGuidBytes) return tag;
+  return TagOfSubFormat(std::span(format).subspan(kSubFormatAt).first<kGuidBytes>());
 }
 uint32_t SStreamHeader::SamplesPerSec() const { return IsAudio() ? Le32At(format, kSamplesAt) : 0; }
 uint32_t SStreamHeader::AvgBytesPerSec() const { return IsAudio() ? Le32At(format, kBytesPerSecAt) : 0; }
