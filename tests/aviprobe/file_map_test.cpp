@@ -64,6 +64,7 @@ std::vector<std::string> Faults(const SFileMap& map) {
   std::stable_sort(faults.begin(), faults.end(),
                    [](const SFault& a, const SFault& b) { return a.nOffset < b.nOffset; });
   std::vector<std::string> texts;
+  texts.reserve(faults.size());
   for (const SFault& fault : faults) texts.push_back(fault.sText);
   return texts;
 }
