@@ -141,7 +141,7 @@ void Insert(Bytes* bytes, uint64_t at, const Bytes& more) {
 void Grow(AviFile* file, size_t at, int64_t by) {
   uint32_t size = 0;
   for (size_t i = 0; i < 4; ++i) size |= uint32_t{file->bytes[at + i]} << (8 * i);
-  file->Put(at, Le32(size + static_cast<uint32_t>(by)));
+  file->Put(at, Le32(static_cast<uint32_t>(size + by)));
 }
 void GrowList(AviFile* file, const std::string& type, int64_t by) { Grow(file, file->Find(type) - 4, by); }
 void GrowChunk(AviFile* file, size_t number, int64_t by) { Grow(file, file->chunks[number] + 4, by); }
