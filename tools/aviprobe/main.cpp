@@ -1,11 +1,17 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 #include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/commands/examples.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/host/last_words.h"
+#include "tools/aviprobe/text/json_line.h"
+#include "tools/aviprobe/text/nearest.h"
+#include "tools/aviprobe/text/shown.h"
 
 namespace {
 
@@ -53,6 +59,33 @@ void AddHostOptions(CLI::App& app, SHostOptions& options) {
                "Show the library's messages; twice: debugging too, thrice: every read");
 }
 
+/// Says what was wrong with the command line, or what it asked for. @return the exit code.
+int Explain(const CLI::App& app, const CLI::ParseError& error, bool json) {
+  if (json && dynamic_cast<const CLI::CallForVersion*>(&error)) {
+    PrintJsonLine({{"record", "version"}, {"version", AVIPROBE_VERSION}, {"schema", kJsonSchema}});
+    return kExitFine;
+  }
+  const std::vector<std::string> rest = app.remaining();
+  if (error.get_exit_code() == 0 || !app.get_subcommands().empty() || rest.empty() || rest[0].starts_with('-')) {
+    return app.exit(error) == 0 ? kExitFine : kExitUsage;
+  }
+  std::vector<std::string> commands;
+  for (const CLI::App* command : app.get_subcommands({})) commands.push_back(command->get_name());
+  const std::string nearest = Nearest(rest[0], commands);
+  PrintError(fmt::format("no command '{}'; {}", Shown(rest[0]),
+                         nearest.empty() ? "aviprobe --help lists them" : fmt::format("did you mean '{}'?", nearest)));
+  return kExitUsage;
+}
+
+constexpr const char* kFooter =
+    "aviprobe COMMAND --help shows a command's options and examples.\n\n"
+    "Exit code, the worst of all files':\n"
+    "  0  fine\n"
+    "  1  findings, or a track that did not play to its end\n"
+    "  2  the command line is wrong\n"
+    "  3  not an AVI file, or not readable\n"
+    "  4  the library gave up on a file: it ended the process, crashed or never came back";
+
 }  // namespace
 
 int main(int argc, char** argv) try {
@@ -62,10 +95,7 @@ int main(int argc, char** argv) try {
   app.set_version_flag("--version", "aviprobe " AVIPROBE_VERSION);
   app.require_subcommand(1);
   app.fallthrough();  // the host's options may follow the command
-  app.footer(
-      "Exit code, the worst of all files': 0; 1 with findings or a track that did not play to its end; 2 when the "
-      "command "
-      "line is wrong; 3 when a file is no AVI file or cannot be read; 4 when the library gave up on it.");
+  app.footer(kFooter);
   AddHostOptions(app, options);
   AddInfo(app, command);
   AddPackets(app, command);
@@ -76,10 +106,13 @@ int main(int argc, char** argv) try {
   AddCheck(app, command);
   AddIndex(app, command);
   AddTree(app, command);
+  AddLayout(app, command);
+  AddExamples(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? kExitFine : kExitUsage;
+    return Explain(app, error,
+                   std::any_of(argv, argv + argc, [](std::string_view argument) { return argument == "--json"; }));
   }
 
   BufferStdout();

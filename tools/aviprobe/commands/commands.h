@@ -29,12 +29,14 @@ void AddExtract(CLI::App& app, Command& command);
 /// What is wrong with a file, and what a viewer meets.
 void AddCheck(CLI::App& app, Command& command);
 
-// These two do not go through the library: they show what no host can ask for.
+// These do not go through the library: they show what no host can ask for.
 
 /// The index as the library's own classes find it.
 void AddIndex(CLI::App& app, Command& command);
 /// Every chunk of a file, whether the library can open it or not.
 void AddTree(CLI::App& app, Command& command);
+/// How the tracks lie beside each other in a file.
+void AddLayout(CLI::App& app, Command& command);
 
 // For their options.
 

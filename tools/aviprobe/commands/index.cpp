@@ -7,6 +7,7 @@
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/host/parser_library.h"
 #include "tools/aviprobe/text/json_line.h"
+#include "tools/aviprobe/text/shown.h"
 
 namespace {
 
@@ -43,7 +44,7 @@ int RunIndex(const SHostOptions& host, const SIndexOptions& options, const std::
     }
     PrintJsonLine({{"record", "index"}, {"file", path}, {"index", view.IndexKind()}, {"tracks", tracks}});
   } else {
-    fmt::print("{}: {}\n", path, view.HasIndex() ? view.IndexKind() : "no index");
+    fmt::print("{}: {}\n", Shown(path), view.HasIndex() ? view.IndexKind() : "no index");
   }
   for (uint32_t track = 0; view.HasIndex() && track < view.TrackCount(); ++track) {
     if (!wanted(track)) continue;

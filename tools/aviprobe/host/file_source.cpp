@@ -16,13 +16,18 @@ FileSource::FileSource(const std::string& path, bool streaming)
       // Without O_NONBLOCK a named pipe would hold the tool here until somebody writes to it.
       m_nFd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)),
       m_bStreaming(streaming) {
+  if (m_nFd < 0 && path == "-") {
+    throw HostError("-: standard input cannot be read from any place; save it to a file first (./- is a file named -)");
+  }
   if (m_nFd < 0) throw HostError(path + ": " + std::strerror(errno));
   struct stat status;
   int error = fstat(m_nFd, &status) < 0 ? errno : S_ISDIR(status.st_mode) ? EISDIR : 0;
   if (!error && (m_nSize = lseek(m_nFd, 0, SEEK_END)) < 0) error = errno;
   if (!error) return;
   close(m_nFd);
-  throw HostError(path + ": " + (error == ESPIPE ? "has no random access" : std::strerror(error)));
+  throw HostError(path + ": " +
+                  (error == ESPIPE ? "a pipe or device that cannot be read from any place; save it to a file first"
+                                   : std::strerror(error)));
 }
 
 FileSource::~FileSource() { close(m_nFd); }

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "tools/aviprobe/text/names.h"
+#include "tools/aviprobe/text/shown.h"
 
 namespace {
 
@@ -191,7 +192,7 @@ uint64_t Hash(std::span<const uint8_t> bytes, uint64_t hash) {
 void PrintError(const std::string& message) {
   std::fflush(stdout);
   const char* const erase = isatty(STDERR_FILENO) ? "\r\033[K" : "";  // a line that tells how far the work is
-  fmt::print(stderr, "{}aviprobe: {}\n", erase, message);
+  fmt::print(stderr, "{}aviprobe: {}\n", erase, Shown(message));
 }
 
 std::string Trouble(const SPullResult& result) {

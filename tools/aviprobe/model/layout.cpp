@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <map>
 
 #include "tools/aviprobe/model/measure.h"
 
@@ -20,36 +19,41 @@ struct SUnitPlace {
 class Units {
  public:
   Units(const SFileMap& file, SLayout* layout) {
-    std::map<int16_t, SCursor> cursors;
-    std::vector<bool> timeless(file.streams.size(), false);
-    for (const SChunk& chunk : file.chunks) {
-      if (!IsUnit(chunk) || static_cast<size_t>(chunk.nStream) >= file.streams.size()) continue;
+    std::vector<SCursor> cursors;
+    for (const SStreamHeader& header : file.streams) cursors.push_back({StreamClock(header)});
+    const auto cursorOf = [&](const SChunk& chunk) -> SCursor* {
+      if (!IsUnit(chunk) || static_cast<size_t>(chunk.nStream) >= cursors.size()) return nullptr;
       const SStreamHeader& header = file.streams[static_cast<size_t>(chunk.nStream)];
-      if (!header.IsVideo() && !header.IsAudio()) continue;
-      const StreamClock clock(header);
-      if (!clock.Runs()) {
-        timeless[static_cast<size_t>(chunk.nStream)] = true;
-        continue;
-      }
-      const auto [at, isNew] = cursors.try_emplace(chunk.nStream, SCursor{layout->streams.size()});
-      if (isNew) layout->streams.push_back(chunk.nStream);
-      all.push_back(at->second.Next(chunk, clock, static_cast<uint64_t>(file.PresentBytes(chunk))));
+      return header.IsVideo() || header.IsAudio() ? &cursors[static_cast<size_t>(chunk.nStream)] : nullptr;
+    };
+    for (const SChunk& chunk : file.chunks) {
+      if (SCursor* cursor = cursorOf(chunk)) cursor->bFound = true;
     }
-    for (size_t i = 0; i < timeless.size(); ++i) {
-      if (timeless[i]) layout->timeless.push_back(static_cast<int16_t>(i));
+    for (size_t i = 0; i < cursors.size(); ++i) {
+      if (!cursors[i].bFound) continue;
+      std::vector<int16_t>& streams = cursors[i].clock.Runs() ? layout->streams : layout->timeless;
+      cursors[i].nSlot = streams.size();
+      streams.push_back(static_cast<int16_t>(i));
     }
     layout->durations.resize(layout->streams.size());
-    for (const SUnitPlace& unit : all) layout->durations[unit.nSlot] = unit.dEndMs;
+    for (const SChunk& chunk : file.chunks) {
+      SCursor* const cursor = cursorOf(chunk);
+      if (!cursor || !cursor->clock.Runs()) continue;
+      all.push_back(cursor->Next(chunk, static_cast<uint64_t>(file.PresentBytes(chunk))));
+      layout->durations[cursor->nSlot] = all.back().dEndMs;
+    }
   }
 
   std::vector<SUnitPlace> all;
 
  private:
   struct SCursor {
-    size_t nSlot;
+    StreamClock clock;
+    bool bFound = false;
+    size_t nSlot = 0;
     uint64_t nChunks = 0, nBytes = 0;
 
-    SUnitPlace Next(const SChunk& chunk, const StreamClock& clock, uint64_t bytes) {
+    SUnitPlace Next(const SChunk& chunk, uint64_t bytes) {
       SUnitPlace unit{chunk.nOffset, chunk.DataOffset() + static_cast<int64_t>(bytes)};
       unit.dStartMs = clock.Ms(nChunks, nBytes);
       unit.dEndMs = clock.Ms(++nChunks, nBytes += bytes);

@@ -7,8 +7,8 @@
 
 #include "tools/aviprobe/model/file_map.h"
 
-// How the streams of a file lie beside each other, and what a player needs that reads it straight through. Only video and
-// sound count: subtitles carry times of their own. Works on the chunks' positions and the streams' clocks alone.
+// How the streams of a file lie beside each other, and what a player needs that reads it straight through. Only video
+// and sound count: subtitles carry times of their own. Works on the chunks' positions and the streams' clocks alone.
 
 /// One stream during one bucket of the movie's time.
 struct SBucketTrack {
@@ -20,10 +20,10 @@ struct SBucketTrack {
 
 /// A stretch of the movie's time.
 struct SBucket {
-  int64_t nReadTo = 0;       ///< offset in the file up to which one has to have read to play the bucket to its end
-  int64_t nReadBytes = 0;    ///< of the file to be read beyond what the buckets before it needed
-  int64_t nApart = 0;        ///< greatest distance in bytes of what plays at one moment of it
-  uint64_t nHeldBytes = 0;   ///< see SLayout::nBufferBytes; of this bucket
+  int64_t nReadTo = 0;      ///< offset in the file up to which one has to have read to play the bucket to its end
+  int64_t nReadBytes = 0;   ///< of the file to be read beyond what the buckets before it needed
+  int64_t nApart = 0;       ///< greatest distance in bytes of what plays at one moment of it
+  uint64_t nHeldBytes = 0;  ///< see SLayout::nBufferBytes; of this bucket
   std::vector<SBucketTrack> tracks;  ///< as SLayout::streams
 };
 
@@ -36,9 +36,9 @@ struct SLayoutPeak {
 
 struct SLayout {
   double dBucketMs = 0;
-  std::vector<int16_t> streams;    ///< those looked at
-  std::vector<int16_t> timeless;   ///< video and sound whose header tells no time
-  std::vector<double> durations;   ///< of the streams looked at, in milliseconds
+  std::vector<int16_t> streams;   ///< those looked at
+  std::vector<int16_t> timeless;  ///< video and sound whose header tells no time
+  std::vector<double> durations;  ///< of the streams looked at, in milliseconds
   std::vector<SBucket> buckets;
   SLayoutPeak apartBytes;  ///< of the chunks that play at one moment
   SLayoutPeak apartMs;     ///< of the streams' times at one place of the file

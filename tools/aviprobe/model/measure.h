@@ -9,8 +9,8 @@
 
 // What a walk over the chunks tells of a stream without playing it, to set beside what its header declares.
 
-/// Turns chunks and bytes of a stream into the movie's time, as its header counts: a frame of video, or a chunk of sound
-/// whose sample size is 0, lasts scale/rate seconds; other sound goes by its bytes.
+/// Turns chunks and bytes of a stream into the movie's time, as its header counts: a frame of video, or a chunk of
+/// sound whose sample size is 0, lasts scale/rate seconds; other sound goes by its bytes.
 class StreamClock {
  public:
   explicit StreamClock(const SStreamHeader& header);
@@ -32,8 +32,8 @@ bool IsUnit(const SChunk& chunk);
 /// The chunks of one stream.
 struct SStreamMeasure {
   uint64_t nChunks = 0;
-  uint64_t nEmpty = 0;  ///< of them without bytes
-  uint64_t nBytes = 0;  ///< that are in the file
+  uint64_t nEmpty = 0;        ///< of them without bytes
+  uint64_t nBytes = 0;        ///< that are in the file
   std::optional<double> dMs;  ///< milliseconds that they last; none when the stream's clock does not run
 
   /// Bits per second; none when they last no time.
