@@ -1,0 +1,38 @@
+# shellcheck shell=bash
+# Completion of aviprobe's command line. scripts/check-manual compares it with what --help shows.
+
+_aviprobe() {
+  local -A options=(
+    [info]="--brief --play"
+    [layout]="--bucket --csv --summary"
+    [packets]="--track --hash --summary"
+    [seek]="--at --mode --kind --track"
+    [extract]="--track --output --all"
+    [index]="--track"
+    [tree]="--skip-data --fields --resync"
+  )
+  local common="--help --json --library --buffer --streaming --chunk-bytes --fail-at --block-every --timeout --in-process
+    --verbose"
+  local current=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command="" word
+  for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+    [[ -z ${options[$word]-} ]] || { command=$word; break; }
+  done
+  COMPREPLY=()
+  case $before in
+    --library | --output | -o) mapfile -t COMPREPLY < <(compgen -f -- "$current"); return ;;
+    --all) mapfile -t COMPREPLY < <(compgen -d -- "$current"); return ;;
+    --kind) mapfile -t COMPREPLY < <(compgen -W "video audio" -- "$current"); return ;;
+    --track | --at | --mode | --bucket | --buffer | --chunk-bytes | --fail-at | --block-every | --timeout) return ;;
+  esac
+  if [[ $current == -* ]]; then
+    local own=--version
+    [[ -z $command ]] || own=${options[$command]}
+    mapfile -t COMPREPLY < <(compgen -W "$common $own" -- "$current")
+  elif [[ -z $command ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "${!options[*]}" -- "$current")
+  else
+    compopt -o filenames 2>/dev/null || true
+    mapfile -t COMPREPLY < <(compgen -d -- "$current"; compgen -f -X '!*.[aA][vV][iI]' -- "$current")
+  fi
+}
+complete -F _aviprobe aviprobe
