@@ -107,6 +107,7 @@ int main(int argc, char** argv) try {
   AddIndex(app, command);
   AddTree(app, command);
   AddLayout(app, command);
+  AddReport(app, command);
   AddExamples(app);
   try {
     app.parse(argc, argv);

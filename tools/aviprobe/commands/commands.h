@@ -37,6 +37,8 @@ void AddIndex(CLI::App& app, Command& command);
 void AddTree(CLI::App& app, Command& command);
 /// How the tracks lie beside each other in a file.
 void AddLayout(CLI::App& app, Command& command);
+/// A page with all of it, for a browser.
+void AddReport(CLI::App& app, Command& command);
 
 // For their options.
 
