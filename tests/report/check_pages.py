@@ -11,6 +11,7 @@ import pathlib
 import re
 import subprocess
 import sys
+import urllib.error
 import urllib.request
 
 VERDICTS = {"fine": "Nothing is wrong", "notes": "Plays well, with notes", "warnings": "Plays, with faults",
@@ -51,8 +52,8 @@ for (const details of document.querySelectorAll('details')) details.open = true;
 const walker = document.createTreeWalker(document.querySelector('main'), NodeFilter.SHOW_TEXT);
 let worst = {contrast: 21, text: ''};
 while (walker.nextNode()) {
-  if (!walker.currentNode.data.trim()) continue;
   const element = walker.currentNode.parentElement;
+  if (!walker.currentNode.data.trim() || element.localName === 'title') continue;
   const style = getComputedStyle(element);
   const color = element instanceof SVGElement ? style.fill : style.color;
   const value = contrast(color, behind(element));
@@ -70,7 +71,7 @@ class Browser:
     def __init__(self):
         self.driver = subprocess.Popen(["chromedriver", "--port=0"], stdout=subprocess.PIPE, text=True)
         for line in self.driver.stdout:
-            started = re.search(r"on port (\d+)", line)
+            started = re.search(r"successfully on port (\d+)", line)
             if started:
                 break
         else:
@@ -83,8 +84,11 @@ class Browser:
     def call(self, path, body=None, method="POST"):
         data = json.dumps(body or {}).encode() if method == "POST" else None
         request = urllib.request.Request(self.base + path, data, {"Content-Type": "application/json"}, method=method)
-        with urllib.request.urlopen(request, timeout=60) as answer:
-            return json.load(answer)["value"]
+        try:
+            with urllib.request.urlopen(request, timeout=60) as answer:
+                return json.load(answer)["value"]
+        except urllib.error.HTTPError as error:
+            raise SystemExit(f"check-report: the browser says {json.load(error)['value']['message']}") from error
 
     def run(self, script):
         return self.call("/execute/sync", {"script": script, "args": []})
