@@ -175,7 +175,7 @@ def check_content(checks, name, shown, facts, stated):
 def check_zoom(checks, browser, name):
     """A drag across the bit rate narrows all time axes; the button and the escape key bring the whole back."""
     browser.look("light", 1280)
-    axes = "return [...document.querySelectorAll('.picture[data-axis=time] .axis')].map((axis) => axis.textContent)"
+    axes = "return [...document.querySelector('.file[id^=file]').querySelectorAll('.picture[data-axis=time] .axis')].map((axis) => axis.textContent)"
     browser.run("document.querySelector('[data-series$=bit_rate]').scrollIntoView({behavior: 'instant', block: 'center'})")
     box = browser.run("const box = document.querySelector('[data-series$=bit_rate] .plot').getBoundingClientRect();"
                       "return [box.left, box.top, box.width, box.height]")

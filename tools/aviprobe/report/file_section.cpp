@@ -145,7 +145,7 @@ std::string Tracks(const Json& file) {
   const Json& tracks = ListOf(file["check"], "tracks");
   std::string out = "<h3>Tracks</h3>";
   if (tracks.empty()) return out + "<p>No track is described in this file.</p>";
-  out += R"(<p class="soft">Units, and the time they last for.</p>)"
+  out += R"(<p class="soft">Time, and its units as the header counts them or reads as a player makes them.</p>)"
          R"(<div class="scroll"><table><thead><tr><th scope="col">Track</th><th scope="col">Codec</th>)"
          R"(<th scope="col" class="num">Declared</th><th scope="col" class="num">Indexed</th>)"
          R"(<th scope="col" class="num">Present</th><th scope="col" class="num">Delivered</th></tr></thead><tbody>)";
