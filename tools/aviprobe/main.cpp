@@ -104,6 +104,7 @@ int main(int argc, char** argv) try {
   AddCompare(app, command);
   AddExtract(app, command);
   AddCheck(app, command);
+  AddRemux(app, command);
   AddIndex(app, command);
   AddTree(app, command);
   AddLayout(app, command);

@@ -28,6 +28,8 @@ void AddCompare(CLI::App& app, Command& command);
 void AddExtract(CLI::App& app, Command& command);
 /// What is wrong with a file, and what a viewer meets.
 void AddCheck(CLI::App& app, Command& command);
+/// A healthy copy of what the library delivers.
+void AddRemux(CLI::App& app, Command& command);
 
 // These do not go through the library: they show what no host can ask for.
 

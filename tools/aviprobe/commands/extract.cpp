@@ -14,6 +14,7 @@
 
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/host/isolation.h"
+#include "tools/aviprobe/model/parameter_sets.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/names.h"
 
@@ -119,25 +120,6 @@ bool HasHeader(ByteSpan bytes, Accept accept) {
     if (bytes.end() - at < 4) return false;
     if (accept(at[3])) return true;
   }
-}
-
-/// The parameter sets of an H.264 configuration record (ISO/IEC 14496-15) with start codes; as many as it really holds.
-Bytes ParameterSets(ByteSpan record) {
-  Bytes sets;
-  size_t at = 5;
-  for (const uint8_t countMask : {uint8_t{0x1F}, uint8_t{0xFF}}) {  // sequence sets, then picture sets
-    if (at >= record.size()) break;
-    for (int left = record[at++] & countMask; left > 0 && record.size() - at >= 2; --left) {
-      const size_t size = static_cast<size_t>(record[at] << 8 | record[at + 1]);
-      at += 2;
-      if (record.size() - at < size) return sets;
-      sets.insert(sets.end(), {0, 0, 0, 1});
-      sets.insert(sets.end(), record.begin() + static_cast<ptrdiff_t>(at),
-                  record.begin() + static_cast<ptrdiff_t>(at + size));
-      at += size;
-    }
-  }
-  return sets;
 }
 
 /// What a decoder needs in front of the first unit of a video track and does not find in it.
