@@ -17,7 +17,6 @@ void CreateNew(const std::string& path) {
 }  // namespace
 
 Muxer::Muxer(const SRemuxJob& job) : m_sPath(job.sOutput), m_sTemporary(job.sTemporary) {
-  av_log_set_level(AV_LOG_QUIET);  // it would print what stands in the file as it is
   CreateNew(m_sTemporary);
   const char* kind = job.container == EContainer::kAvi ? "avi" : "matroska";
   CheckAv(avformat_alloc_output_context2(&m_pFormat, nullptr, kind, nullptr), m_sPath);

@@ -186,6 +186,7 @@ void Publish(const SRemuxJob& job) {
 bool RemuxIsBuiltIn() { return true; }
 
 SRemuxed Remux(const Host& host, const SRemuxJob& job, Progress& progress) {
+  av_log_set_level(AV_LOG_QUIET);  // it would print what stands in the file as it is
   progress.Stage("opening");
   SRemuxed done = Copy(host, job, progress).Run();
   Publish(job);
