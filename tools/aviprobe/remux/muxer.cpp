@@ -46,7 +46,9 @@ void Muxer::AddStream(const SStreamParameters& parameters) {
 
 void Muxer::Begin() {
   CheckAv(avio_open(&m_pFormat->pb, ("file:" + m_sTemporary).c_str(), AVIO_FLAG_WRITE), m_sPath);
-  CheckAv(avformat_write_header(m_pFormat, nullptr), m_sPath + ": the container does not take these tracks");
+  if (avformat_write_header(m_pFormat, nullptr) < 0) {
+    throw CopyError(m_sPath + ": this kind of file cannot have these tracks");
+  }
 }
 
 void Muxer::Write(size_t stream, AVPacket* packet) {

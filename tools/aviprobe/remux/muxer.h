@@ -18,7 +18,7 @@ class Muxer {
   Muxer& operator=(const Muxer&) = delete;
 
   void AddStream(const SStreamParameters& parameters);
-  /// All streams are there. @throw HostError when the container does not take them.
+  /// All streams are there. @throw CopyError when the container does not take them.
   void Begin();
   /// Of its times in packets. @param stream  as they were added.
   AVRational TimeBase(size_t stream) const { return m_pFormat->streams[stream]->time_base; }

@@ -184,6 +184,11 @@ SStreamParameters AudioParameters(const STrackFacts& facts, AvParameters codec) 
   }
   codec->frame_size = FrameSamples(codec->codec_id, facts.firstUnit);
   SetExtra(codec.get(), AudioExtra(*facts.pHeader));
+  // Blocks of one length: what the input's header says of bytes per second need not be true.
+  if (codec->codec_id == AV_CODEC_ID_ADPCM_MS || codec->codec_id == AV_CODEC_ID_ADPCM_IMA_WAV) {
+    const int samples = av_get_audio_frame_duration2(codec.get(), codec->block_align);
+    if (samples > 0) codec->bit_rate = av_rescale(int64_t{codec->block_align} * 8, codec->sample_rate, samples);
+  }
   // A block size makes the muxer count bytes, where each chunk is one frame it must count those. Where neither tells a
   // length, 1 stands for counted bytes.
   const bool framed = codec->frame_size > 0 || av_get_audio_frame_duration2(codec.get(), 0) > 0;
