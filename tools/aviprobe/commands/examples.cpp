@@ -30,7 +30,7 @@ constexpr SExample kExamples[] = {
     {"seek", "film.avi --at 90000", "where a seek to 1 minute 30 lands"},
     {"seektest", "film.avi", "whether seeks reach what playing through reaches"},
     {"report", "film.avi -o film.html", "a page with all of it, for others"},
-    {"remux", "film.avi -o repaired.avi", "the same streams in a sound file"},
+    {"remux", "film.avi -o repaired.avi", "the same streams in a healthy file"},
     {"extract", "film.avi --track 0 -o film.h264", "a track's elementary stream"},
     {"extract", "film.avi --all tracks", "every track's, into a folder"},
     {"index", "film.avi --track 0", "the index entries of a track"},

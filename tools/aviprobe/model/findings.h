@@ -64,7 +64,7 @@ std::string ShareText(uint64_t ms, uint64_t ofMs);
 std::string TrackText(const STrackFacts& track);
 
 constexpr const char* kAdviceRemux =
-    "aviprobe remux FILE -o OUT.avi writes what is there into a sound file with a new index";
+    "aviprobe remux FILE -o OUT.avi writes what is there into a healthy file with a new index";
 constexpr const char* kAdviceResync = "aviprobe tree --resync FILE shows what can still be found behind it";
 constexpr const char* kAdviceFields = "aviprobe tree --fields FILE shows what the headers say";
 constexpr const char* kAdviceSource = "get the file from its source again: what is missing is nowhere in it";
