@@ -67,7 +67,7 @@ class Printer {
 
  private:
   static std::string Quoted(const std::string& text) {
-    return Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
+    return Json(text).dump(-1, ' ', true, Json::error_handler_t::replace);
   }
 
   void JsonUnit(uint32_t track, const SPlayedUnit& unit) const {
