@@ -87,11 +87,11 @@ void PrintCheckText(const Json& facts) {
 
 void PrintCheckJson(const Json& facts) {
   for (const Json& finding : facts["findings"]) {
-    Json record = {{"record", "finding"}, {"schema", kCheckSchema}, {"file", facts["file"]}};
+    Json record = {{"record", "finding"}, {"schema", kJsonSchema}, {"file", facts["file"]}};
     record.update(finding);
     PrintJsonLine(record);
   }
-  Json record = {{"record", "file_check"}, {"schema", kCheckSchema}};
+  Json record = {{"record", "file_check"}, {"schema", kJsonSchema}};
   record.update(facts);
   record.erase("findings");
   PrintJsonLine(record);
@@ -114,7 +114,7 @@ void PrintTotalText(const std::vector<Json>& files) {
 void PrintTotalJson(const std::vector<Json>& files) {
   const STotal total = Sum(files);
   PrintJsonLine({{"record", "check_total"},
-                 {"schema", kCheckSchema},
+                 {"schema", kJsonSchema},
                  {"files", files.size()},
                  {"fine", total.nFine},
                  {"unreadable", total.nUnreadable},

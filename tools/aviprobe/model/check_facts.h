@@ -8,9 +8,6 @@
 #include "tools/aviprobe/model/playback.h"
 #include "tools/aviprobe/text/json_line.h"
 
-/// Of the records `finding` and `file_check`; raised when a field changes its meaning.
-constexpr int kCheckSchema = 1;
-
 /// A finding as programs get it: severity, code, offset, last_offset, count, time_ms, track, consequence, advice.
 Json FindingFacts(const SFinding& finding);
 
