@@ -141,7 +141,7 @@ void AddTree(CLI::App& app, Command& command) {
   CLI::App* tree = app.add_subcommand("tree", "List the chunks of files and what is wrong with them");
   tree->add_option("FILE", options->files, "Any files")->required();
   tree->add_flag("--skip-data", options->bSkipData,
-                 "Without the data chunks in movi that have nothing wrong with them");
+                 "Of the data chunks in movi, only those that something is wrong with");
   tree->add_flag("--resync", options->bResync, "Behind damage, search on for the next chunk");
   tree->add_flag("--fields", options->bFields, "With the fields of headers and indexes, and what they mean");
   tree->callback([=, &command] { command = [=](const SHostOptions& host) { return RunTree(host, *options); }; });
