@@ -77,8 +77,7 @@ int Explain(const CLI::App& app, const CLI::ParseError& error, bool json) {
   return kExitUsage;
 }
 
-constexpr const char* kFooter =
-    "aviprobe COMMAND --help shows a command's options and examples.\n\n"
+constexpr const char* kExitCodes =
     "Exit code, the worst of all files':\n"
     "  0  fine\n"
     "  1  findings, or a track that did not play to its end\n"
@@ -94,8 +93,8 @@ int main(int argc, char** argv) try {
   CLI::App app("Opens AVI files through the parser library, as a media host does.", "aviprobe");
   app.set_version_flag("--version", "aviprobe " AVIPROBE_VERSION);
   app.require_subcommand(1);
-  app.fallthrough();  // the host's options may follow the command
-  app.footer(kFooter);
+  app.fallthrough();       // the host's options may follow the command
+  app.footer(kExitCodes);  // the commands' too, which take it over as they are added
   AddHostOptions(app, options);
   AddInfo(app, command);
   AddPackets(app, command);
@@ -110,6 +109,7 @@ int main(int argc, char** argv) try {
   AddLayout(app, command);
   AddReport(app, command);
   AddExamples(app);
+  app.footer(std::string("aviprobe COMMAND --help shows a command's options and examples.\n\n") + kExitCodes);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

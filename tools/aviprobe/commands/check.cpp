@@ -128,6 +128,6 @@ void AddCheck(CLI::App& app, Command& command) {
       ->type_name("N")
       ->capture_default_str()
       ->check(Within(1, 64));
-  check->footer(CodeTable());
+  check->footer(CodeTable() + "\n" + check->get_footer());
   check->callback([=, &command] { command = [=](const SHostOptions& host) { return RunCheck(host, *options); }; });
 }
