@@ -15,7 +15,7 @@ struct SInfoOptions {
 /// Says which tracks did not play to their end. @return whether all did.
 bool AllPlayed(const SInfo& info) {
   bool all = true;
-  for (const STrackFacts& track : info.tracks) {
+  for (const SInfoTrack& track : info.tracks) {
     if (!track.delivered) continue;
     const std::string trouble = Trouble(track.delivered->result);
     if (trouble.empty()) continue;

@@ -21,8 +21,8 @@ bool Seekable(const TrackInfo& info) {
   return false;
 }
 
-STrackFacts DescribeTrack(const Host& host, const MediaFile& file, uint32_t track) {
-  STrackFacts facts;
+SInfoTrack DescribeTrack(const Host& host, const MediaFile& file, uint32_t track) {
+  SInfoTrack facts;
   facts.nTrack = track;
   facts.info = file.Track(track);
   facts.sCodec = CodecName(facts.info.nTrackType, facts.info.nCodecId);
@@ -56,7 +56,7 @@ SDelivered PlayTrack(const Host& host, const MediaFile& file, uint32_t track) {
 void AddIndexFacts(const Host& host, SInfo* info) {
   const CoreView view(info->sPath, host.Options().bStreaming, 0);
   info->sIndexKind = view.IndexKind();
-  for (STrackFacts& track : info->tracks) {
+  for (SInfoTrack& track : info->tracks) {
     if (!view.HasIndex() || track.nTrack >= view.TrackCount()) continue;
     track.nIndexEntries = view.EntryCount(track.nTrack);
     info->nIndexEntries += track.nIndexEntries;
@@ -69,7 +69,7 @@ void AddMapFacts(SInfo* info) {
   const std::vector<SStreamMeasure> measures = MeasureStreams(info->map);
   const bool openDml = info->sIndexKind == "OpenDML";
   const std::vector<SIndexRef>& entries = openDml ? info->map.odml : info->map.legacy;
-  for (STrackFacts& track : info->tracks) {
+  for (SInfoTrack& track : info->tracks) {
     if (track.nTrack >= info->map.streams.size()) continue;
     track.pHeader = &info->map.streams[track.nTrack];
     track.present = measures[track.nTrack];
@@ -82,7 +82,7 @@ void AddMapFacts(SInfo* info) {
 
 std::optional<double> SInfo::PresentMs() const {
   std::optional<double> longest;
-  for (const STrackFacts& track : tracks) {
+  for (const SInfoTrack& track : tracks) {
     if (!track.IsVideo() && !track.IsAudio()) continue;
     if (track.present.dMs) longest = std::max(longest.value_or(0), *track.present.dMs);
   }
@@ -103,7 +103,7 @@ SInfo GatherInfo(const Host& host, const std::string& path, bool play, Progress&
   AddIndexFacts(host, &info);
   progress.Stage("reading the chunks");
   AddMapFacts(&info);
-  for (STrackFacts& track : info.tracks) {
+  for (SInfoTrack& track : info.tracks) {
     if (!play || !track.bPlayed) continue;
     progress.Stage(fmt::format("playing track {}", track.nTrack));
     track.delivered = PlayTrack(host, file, track.nTrack);

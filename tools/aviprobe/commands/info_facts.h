@@ -21,7 +21,7 @@ struct SDelivered {
   SPullResult result{};
 };
 
-struct STrackFacts {
+struct SInfoTrack {
   uint32_t nTrack = 0;
   TrackInfo info{};                      ///< a copy; its pointers are null
   std::string sCodec;                    ///< the library's name
@@ -49,7 +49,7 @@ struct SInfo {
   std::string sIndexKind;         ///< which one the library plays by, as CoreView has it
   uint64_t nIndexEntries = 0;     ///< in that
   bool bSeekable = false;         ///< the library says that the file has an index
-  std::vector<STrackFacts> tracks;
+  std::vector<SInfoTrack> tracks;
 
   bool IsIndexed() const { return bSeekable && nIndexEntries > 0; }
   bool HasOpenDml() const { return !map.chunkIndexes.empty() || !map.superSlots.empty(); }

@@ -8,7 +8,7 @@ namespace {
 /// Whole milliseconds or bits per second.
 Json Rounded(const std::optional<double>& value) { return value ? Json(static_cast<uint64_t>(*value + 0.5)) : Json(); }
 
-void AddTypeFields(const STrackFacts& track, Json* json) {
+void AddTypeFields(const SInfoTrack& track, Json* json) {
   const TrackInfo& info = track.info;
   Json& to = *json;
   switch (info.nTrackType) {
@@ -85,7 +85,7 @@ Json DeliveredJson(const SDelivered& delivered) {
           {"status", delivered.result.nStatus}};
 }
 
-Json TrackJson(const STrackFacts& track) {
+Json TrackJson(const SInfoTrack& track) {
   Json json = {{"track", track.nTrack},           {"type", TrackTypeName(track.info.nTrackType)},
                {"codec_id", track.info.nCodecId}, {"codec", track.sCodec},
                {"played", track.bPlayed},         {"seekable", track.bSeekable}};
@@ -104,7 +104,7 @@ Json TrackJson(const STrackFacts& track) {
 
 void PrintInfoJson(const SInfo& info) {
   Json tracks = Json::array();
-  for (const STrackFacts& track : info.tracks) tracks.push_back(TrackJson(track));
+  for (const SInfoTrack& track : info.tracks) tracks.push_back(TrackJson(track));
   PrintJsonLine({{"record", "file"},
                  {"file", info.sPath},
                  {"duration_ms", info.nDurationMs},

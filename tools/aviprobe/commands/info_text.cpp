@@ -32,7 +32,7 @@ std::string RateText(const SStreamHeader& header) {
   return fmt::format("{} = {:.3f} frames/s", fraction, static_cast<double>(header.nRate) / header.nScale);
 }
 
-std::string PictureText(const STrackFacts& track) {
+std::string PictureText(const SInfoTrack& track) {
   const TrackInfo::Video& video = track.info.video;
   const std::string library = fmt::format("{}x{}", video.nWidth, video.nHeight);
   if (!track.pHeader) return library;
@@ -43,7 +43,7 @@ std::string PictureText(const STrackFacts& track) {
   return text;
 }
 
-std::string FormatText(const STrackFacts& track) {
+std::string FormatText(const SInfoTrack& track) {
   const std::string library = track.info.nTrackType == AVI_TRACK_NONE
                                   ? "not described by the library"
                                   : fmt::format("the library calls it {} ({})", track.sCodec, track.info.nCodecId);
@@ -57,7 +57,7 @@ std::string FormatText(const STrackFacts& track) {
   return fmt::format("stream of kind \"{}\"; {}", Printable(header.kind.Text()), library);
 }
 
-std::string SoundText(const STrackFacts& track) {
+std::string SoundText(const SInfoTrack& track) {
   const TrackInfo::Audio& audio = track.info.audio;
   const std::string bits = track.IsNarrowed()          ? "24 bits, delivered as 16"
                            : audio.nBitsPerSample == 0 ? "bits not stated"
@@ -66,7 +66,7 @@ std::string SoundText(const STrackFacts& track) {
                      audio.nChannels == 1 ? "channel" : "channels", bits, audio.nBlockAlign);
 }
 
-std::string DeclaredText(const STrackFacts& track) {
+std::string DeclaredText(const SInfoTrack& track) {
   if (!track.pHeader) return "no header found";
   const SStreamHeader& header = *track.pHeader;
   const std::optional<double> seconds = header.DeclaredSeconds();
@@ -77,7 +77,7 @@ std::string DeclaredText(const STrackFacts& track) {
                      header.IsAudio() ? ", " + Kilobits(8.0 * header.AvgBytesPerSec()) : "");
 }
 
-std::string PresentText(const STrackFacts& track) {
+std::string PresentText(const SInfoTrack& track) {
   const SStreamMeasure& present = track.present;
   const std::optional<double> rate = present.BitRate();
   const char* noun = track.IsVideo() ? "frames" : "chunks";
@@ -93,7 +93,7 @@ std::string DeliveredText(const SDelivered& delivered) {
                      delivered.nEmptyReads, trouble.empty() ? "" : "; ", trouble);
 }
 
-std::string KeysText(const STrackFacts& track) {
+std::string KeysText(const SInfoTrack& track) {
   if (!track.keys) return "";
   const SKeyFrames& keys = *track.keys;
   std::string text = fmt::format("{} of {} frames by the index", keys.nKeys, keys.nEntries);
@@ -104,14 +104,14 @@ std::string KeysText(const STrackFacts& track) {
   return text;
 }
 
-std::string ConfigText(const STrackFacts& track) {
+std::string ConfigText(const SInfoTrack& track) {
   if (track.nConfig == 0) return "";
   const std::span<const uint8_t> shown(track.config.data(), std::min(track.config.size(), kShownBytes));
   return fmt::format("{} bytes: {:02x}{}", track.nConfig, fmt::join(shown, " "),
                      track.nConfig > shown.size() ? " ..." : "");
 }
 
-void PrintTrack(const STrackFacts& track) {
+void PrintTrack(const SInfoTrack& track) {
   const bool passed = track.info.nTrackType != AVI_TRACK_NONE && !track.bPlayed;
   fmt::print("  track {}: {}{}\n", track.nTrack, TrackTypeName(track.info.nTrackType),
              passed ? ", not the one that is played" : "");
@@ -156,7 +156,7 @@ void PrintInfoText(const SInfo& info) {
              OneIndexText("legacy idx1", info.map.idx1.has_value(), info.map.legacy.size()),
              OneIndexText("OpenDML", info.HasOpenDml(), info.map.odml.size()));
   if (info.tracks.empty()) fmt::print("  no streams\n");
-  for (const STrackFacts& track : info.tracks) PrintTrack(track);
+  for (const SInfoTrack& track : info.tracks) PrintTrack(track);
 }
 
 void PrintInfoBrief(const SInfo& info) {
@@ -164,7 +164,7 @@ void PrintInfoBrief(const SInfo& info) {
       info.IsIndexed() ? fmt::format("{} ({} entries)", info.sIndexKind, info.nIndexEntries) : "not indexed";
   fmt::print("{}: {}, {} bytes, {}", Shown(info.sPath), ClockText(info.nDurationMs), info.map.nSize, index);
   if (info.tracks.empty()) fmt::print("; no streams");
-  for (const STrackFacts& track : info.tracks) {
+  for (const SInfoTrack& track : info.tracks) {
     fmt::print("; {} {} {}", track.nTrack, TrackTypeName(track.info.nTrackType), track.sCodec);
     if (track.IsVideo()) {
       fmt::print(" {}", PictureText(track));

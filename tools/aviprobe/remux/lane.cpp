@@ -14,7 +14,7 @@ std::span<const uint8_t> BytesOf(const AVPacket& packet) { return {packet.data, 
 Lane::Lane(const Host& host, const SRemuxJob& job, uint32_t track, const SStreamHeader& header,
            const std::vector<uint8_t>& config)
     : m_Container(job.container), m_Reader(host, job.sInput, track), m_Keys(host, job.sInput, track) {
-  STrackFacts facts{&m_Reader.Info(), &header, config, {}};
+  SStreamFacts facts{&m_Reader.Info(), &header, config, {}};
   m_Unit = m_Reader.Next();
   if (m_Unit) facts.firstUnit.assign(m_Unit->data, m_Unit->data + m_Unit->size);
   m_Parameters = ParametersFor(facts, m_Container);

@@ -12,7 +12,7 @@
 /// One track on its way from the library into a container.
 class Lane {
  public:
-  /// Reads the first unit. @param header, config  see STrackFacts.
+  /// Reads the first unit. @param header, config  see SStreamFacts.
   Lane(const Host& host, const SRemuxJob& job, uint32_t track, const SStreamHeader& header,
        const std::vector<uint8_t>& config);
 

@@ -30,7 +30,7 @@ constexpr std::pair<uint32_t, AVCodecID> kVideoIds[] = {
     {AVI_CODEC_VP9, AV_CODEC_ID_VP9},           {AVI_CODEC_THEORA, AV_CODEC_ID_THEORA}};
 
 /// The FourCC stays in the copy, so what the muxer knows it as comes first.
-AVCodecID VideoId(const STrackFacts& facts, uint32_t fourcc) {
+AVCodecID VideoId(const SStreamFacts& facts, uint32_t fourcc) {
   const AVCodecID id = FindId(avformat_get_riff_video_tags(), fourcc);
   if (id != AV_CODEC_ID_NONE) return id;
   const auto* found = std::find_if(std::begin(kVideoIds), std::end(kVideoIds),
@@ -63,7 +63,7 @@ Bytes ExtraOfUnit(const AVCodecParameters* codec, ByteSpan unit) {
 
 /// In an AVI file the configuration that the input had, with start codes where the units have them now; elsewhere what
 /// a player is given, too.
-Bytes VideoExtra(const STrackFacts& facts, const AVCodecParameters* codec, EContainer container) {
+Bytes VideoExtra(const SStreamFacts& facts, const AVCodecParameters* codec, EContainer container) {
   const Bytes& format = facts.pHeader->format;
   Bytes extra = facts.config;
   if (container == EContainer::kAvi)
@@ -91,7 +91,7 @@ void SetRaw(AVCodecParameters* codec) {
 }
 
 /// @return none, 0, when nothing tells.
-AVRational FrameRate(const STrackFacts& facts) {
+AVRational FrameRate(const SStreamFacts& facts) {
   const SStreamHeader& header = *facts.pHeader;
   const uint32_t whole = facts.pInfo->video.nFrameRate;
   AVRational rate{static_cast<int>(std::min<uint32_t>(whole, 1'000'000)), 1};
@@ -103,7 +103,7 @@ AVRational FrameRate(const STrackFacts& facts) {
   return rate;
 }
 
-SStreamParameters VideoParameters(const STrackFacts& facts, EContainer container, AvParameters codec) {
+SStreamParameters VideoParameters(const SStreamFacts& facts, EContainer container, AvParameters codec) {
   const SStreamHeader& header = *facts.pHeader;
   const FourCC fourcc = header.Compression();
   uint32_t tag = 0;
@@ -126,7 +126,7 @@ AVCodecID PcmId(uint16_t tag, uint32_t bits) {
   return bits == 32 ? AV_CODEC_ID_PCM_S32LE : AV_CODEC_ID_PCM_S16LE;  // 24 bits arrive as 16
 }
 
-AVCodecID AudioId(const STrackFacts& facts, uint16_t tag) {
+AVCodecID AudioId(const SStreamFacts& facts, uint16_t tag) {
   const TrackInfo& info = *facts.pInfo;
   if (info.nCodecId == AVI_CODEC_EAC3) return AV_CODEC_ID_EAC3;
   if (info.nCodecId == AVI_CODEC_MP2) return AV_CODEC_ID_MP2;
@@ -161,7 +161,7 @@ Bytes AudioExtra(const SStreamHeader& header) {
 
 bool IsPcm(AVCodecID id) { return av_get_exact_bits_per_sample(id) >= 8; }
 
-SStreamParameters AudioParameters(const STrackFacts& facts, AvParameters codec) {
+SStreamParameters AudioParameters(const SStreamFacts& facts, AvParameters codec) {
   const TrackInfo::Audio& audio = facts.pInfo->audio;
   const uint16_t tag = facts.pHeader->FormatTag();
   constexpr uint32_t kMax = std::numeric_limits<int>::max();
@@ -198,7 +198,7 @@ SStreamParameters AudioParameters(const STrackFacts& facts, AvParameters codec) 
 
 }  // namespace
 
-SStreamParameters ParametersFor(const STrackFacts& facts, EContainer container) {
+SStreamParameters ParametersFor(const SStreamFacts& facts, EContainer container) {
   AvParameters codec(avcodec_parameters_alloc());
   if (!codec) throw HostError("no memory");
   const bool video = facts.pInfo->nTrackType == AVI_TRACK_VIDEO;

@@ -18,7 +18,7 @@ struct SStreamParameters {
 };
 
 /// What there is to know of a track.
-struct STrackFacts {
+struct SStreamFacts {
   const TrackInfo* pInfo = nullptr;
   const SStreamHeader* pHeader = nullptr;  ///< of the input; the record alone does not tell FourCC, tag and exact rate
   std::vector<uint8_t> config;             ///< from the library
@@ -26,7 +26,7 @@ struct STrackFacts {
 };
 
 /// @throw HostError when the container cannot have such a stream.
-SStreamParameters ParametersFor(const STrackFacts& facts, EContainer container);
+SStreamParameters ParametersFor(const SStreamFacts& facts, EContainer container);
 
 /// Samples per channel in a unit of sound; 0: nothing tells.
 int64_t SamplesIn(AVCodecParameters* codec, size_t bytes);
