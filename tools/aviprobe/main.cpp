@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <iostream>
+#include <sstream>
 #include <string_view>
 
 #include "tools/aviprobe/commands/commands.h"
@@ -59,6 +61,14 @@ void AddHostOptions(CLI::App& app, SHostOptions& options) {
                "Show the library's messages; twice: debugging too, thrice: every read");
 }
 
+/// What CLI11 has to say, which repeats the command line as it is.
+int Say(const CLI::App& app, const CLI::ParseError& error) {
+  std::stringstream said;
+  const int code = app.exit(error, std::cout, said);
+  for (std::string line; std::getline(said, line);) fmt::print(stderr, "{}\n", Shown(line));
+  return code == 0 ? kExitFine : kExitUsage;
+}
+
 /// Says what was wrong with the command line, or what it asked for. @return the exit code.
 int Explain(const CLI::App& app, const CLI::ParseError& error, bool json) {
   if (json && dynamic_cast<const CLI::CallForVersion*>(&error)) {
@@ -67,12 +77,12 @@ int Explain(const CLI::App& app, const CLI::ParseError& error, bool json) {
   }
   const std::vector<std::string> rest = app.remaining();
   if (error.get_exit_code() == 0 || !app.get_subcommands().empty() || rest.empty() || rest[0].starts_with('-')) {
-    return app.exit(error) == 0 ? kExitFine : kExitUsage;
+    return Say(app, error);
   }
   std::vector<std::string> commands;
   for (const CLI::App* command : app.get_subcommands({})) commands.push_back(command->get_name());
   const std::string nearest = Nearest(rest[0], commands);
-  PrintError(fmt::format("no command '{}'; {}", Shown(rest[0]),
+  PrintError(fmt::format("no command '{}'; {}", rest[0],
                          nearest.empty() ? "aviprobe --help lists them" : fmt::format("did you mean '{}'?", nearest)));
   return kExitUsage;
 }

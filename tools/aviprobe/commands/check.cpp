@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <optional>
 
+#include "tools/aviprobe/commands/check_outcome.h"
 #include "tools/aviprobe/commands/check_text.h"
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/model/check_facts.h"
-#include "tools/aviprobe/text/json_line.h"
 
 namespace {
 
@@ -19,14 +19,6 @@ struct SCheckOptions {
   unsigned nJobs = 1;
 };
 
-constexpr const char* kFacts = "check";  ///< the name under which a child tells them
-
-int ExitOf(const Json& facts, bool strict) {
-  const Json& counts = facts["counts"];
-  const bool found = counts["errors"] > 0 || counts["warnings"] > 0 || (strict && counts["notes"] > 0);
-  return found ? kExitFindings : kExitFine;
-}
-
 /// What a child does. @param host  null: play nothing. It tells what the structure gives before the library opens the
 /// file: that outlives an abort.
 int CheckOne(const Host* host, const SCheckOptions& options, const std::string& path, Progress& progress) {
@@ -34,9 +26,9 @@ int CheckOne(const Host* host, const SCheckOptions& options, const std::string& 
   FileSource source(path, false);
   const SFileMap map = MapFile(source, path);
   Json facts = CheckFacts(map, nullptr, Check(map, nullptr, source));
-  progress.Tell(kFacts, facts);
+  progress.Tell(kCheckFacts, facts);
   if (!map.IsAvi()) return kExitUnreadable;
-  if (!host) return ExitOf(facts, options.bStrict);
+  if (!host) return CheckExit(facts, options.bStrict);
 
   SPlayOptions play;
   play.bHash = false;
@@ -45,23 +37,8 @@ int CheckOne(const Host* host, const SCheckOptions& options, const std::string& 
   const SPlayback playback = Play(*host, path, play);
   progress.Stage("comparing");
   facts = CheckFacts(map, &playback, Check(map, &playback, source));
-  progress.Tell(kFacts, facts);
-  return ExitOf(facts, options.bStrict);
-}
-
-/// The facts of a file, whatever became of the child.
-Json FactsOf(const SOutcome& outcome) {
-  const bool told = outcome.told.contains(kFacts);
-  Json facts = told ? outcome.told[kFacts] : UnreadableFacts(outcome.sPath);
-  if (!outcome.bGaveUp) return facts;
-  if (!told) facts["verdict"] = "errors";
-  AddFinding({.pCode = "library-aborts",
-              .severity = FindingKind("library-aborts").severity,
-              .sConsequence = fmt::format("the library {} while {}: a player ends with it", outcome.sHow,
-                                          outcome.sStage.empty() ? "working" : outcome.sStage),
-              .sAdvice = "keep the file away from players; aviprobe remux FILE -o OUT.avi may save what is in it"},
-             &facts);
-  return facts;
+  progress.Tell(kCheckFacts, facts);
+  return CheckExit(facts, options.bStrict);
 }
 
 class Report {

@@ -4,7 +4,7 @@
 
 #include "tools/aviprobe/model/check_facts.h"
 #include "tools/aviprobe/model/findings.h"
-#include "tools/aviprobe/text/names.h"
+#include "tools/aviprobe/text/shown.h"
 #include "tools/aviprobe/text/times.h"
 
 namespace {
@@ -13,7 +13,7 @@ constexpr const char* kCounts[] = {"errors", "warnings", "notes"};
 
 uint64_t CountOf(const Json& facts, const char* name) { return facts["counts"][name].get<uint64_t>(); }
 
-std::string NameOf(const Json& facts) { return Printable(facts["file"].get<std::string>()); }
+std::string NameOf(const Json& facts) { return Shown(facts["file"].get<std::string>()); }
 
 std::string OrDash(const Json& value) { return value.is_null() ? "-" : value.dump(); }
 
@@ -35,7 +35,7 @@ void PrintFinding(const Json& finding) {
   const uint64_t count = finding["count"].get<uint64_t>();
   fmt::print("{:<7}  {:<27} {:>12}  {:>12}  {:>5}  {}{}\n", finding["severity"].get<std::string>(),
              finding["code"].get<std::string>(), OrDash(finding["offset"]), ClockOrDash(finding["time_ms"]),
-             OrDash(finding["track"]), finding["consequence"].get<std::string>(),
+             OrDash(finding["track"]), Shown(finding["consequence"].get<std::string>()),
              count > 1 ? fmt::format(" (the last at {})", OrDash(finding["last_offset"])) : "");
   fmt::print("{:9}{}\n", "", finding["advice"].get<std::string>());
 }
@@ -67,18 +67,6 @@ STotal Sum(const std::vector<Json>& files) {
 }
 
 }  // namespace
-
-Json UnreadableFacts(const std::string& path) {
-  return {{"file", path},
-          {"size", nullptr},
-          {"verdict", kUnreadable},
-          {"counts", {{"notes", 0}, {"warnings", 0}, {"errors", 0}}},
-          {"played", false},
-          {"expected_ms", nullptr},
-          {"delivered_ms", nullptr},
-          {"findings", Json::array()},
-          {"tracks", Json::array()}};
-}
 
 void PrintCheckText(const Json& facts) {
   for (const Json& finding : facts["findings"]) PrintFinding(finding);

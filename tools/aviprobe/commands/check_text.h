@@ -10,8 +10,6 @@
 
 /// The verdict on a file that could not be read at all, or is no AVI.
 constexpr const char* kUnreadable = "unreadable";
-/// Facts of a file of which nothing is known.
-Json UnreadableFacts(const std::string& path);
 
 /// A line per finding with its advice below, and one of the whole file.
 void PrintCheckText(const Json& facts);

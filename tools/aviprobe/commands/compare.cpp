@@ -10,6 +10,7 @@
 #include "tools/aviprobe/model/playback.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/names.h"
+#include "tools/aviprobe/text/shown.h"
 
 namespace {
 
@@ -235,7 +236,8 @@ int RunCompare(const SHostOptions& hostOptions, const SCompareOptions& options) 
     PrintJsonLine(
         {{"record", "comparison"}, {"a", options.files[0]}, {"b", options.files[1]}, {"equal", comparison.IsEqual()}});
   } else {
-    fmt::print("A {}\nB {}\n{}\n", options.files[0], options.files[1], comparison.IsEqual() ? "equal" : "different");
+    fmt::print("A {}\nB {}\n{}\n", Shown(options.files[0]), Shown(options.files[1]),
+               comparison.IsEqual() ? "equal" : "different");
   }
   return comparison.IsEqual() ? worst : kExitFindings;
 }

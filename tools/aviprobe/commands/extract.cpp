@@ -17,6 +17,7 @@
 #include "tools/aviprobe/model/parameter_sets.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/names.h"
+#include "tools/aviprobe/text/shown.h"
 
 namespace {
 
@@ -207,7 +208,8 @@ bool ExtractTrack(const Host& host, const MediaFile& file, uint32_t track, const
                    {"end", EndingName(result.ending)},
                    {"status", result.nStatus}});
   } else {
-    fmt::print("track {}: {}, {}: {} units, {} bytes to {}\n", track, type, codec, units, output.Written(), path);
+    fmt::print("track {}: {}, {}: {} units, {} bytes to {}\n", track, type, codec, units, output.Written(),
+               Shown(path));
   }
   const std::string trouble = Trouble(result);
   if (!trouble.empty()) {

@@ -8,6 +8,7 @@
 #include "tools/aviprobe/model/playback.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/names.h"
+#include "tools/aviprobe/text/shown.h"
 
 namespace {
 
@@ -28,7 +29,7 @@ class Printer {
     // One file's records need not say whose they are: the total does.
     if (m_bJson && options.files.size() > 1) m_sOfFile = fmt::format(R"(,"file":{})", Quoted(path));
     if (m_bJson) return;
-    if (options.files.size() > 1) fmt::print("{}\n", path);
+    if (options.files.size() > 1) fmt::print("{}\n", Shown(path));
     if (options.bSummary) return;
     fmt::print("track   time ms     bytes{}  {:<{}}{}{}\n", options.bHash ? "  hash            " : "", "time",
                options.bPosition || options.bKey ? 12 : 0, options.bPosition ? "      position" : "",

@@ -14,6 +14,7 @@
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/names.h"
+#include "tools/aviprobe/text/shown.h"
 
 namespace {
 
@@ -102,7 +103,7 @@ void PrintJson(const SRemuxJob& job, const SRemuxed& done) {
 }
 
 void PrintText(const SRemuxJob& job, const SRemuxed& done) {
-  fmt::print("{} to {}\n", job.sInput, job.sOutput);
+  fmt::print("{} to {}\n", Shown(job.sInput), Shown(job.sOutput));
   for (const SRemuxedTrack& track : done.tracks) {
     fmt::print("  track {}: {}, {}: {} units, {} bytes", track.nTrack, TrackTypeName(track.nType),
                CodecName(track.nType, track.nCodecId), track.nUnits, track.nBytes);
@@ -135,14 +136,17 @@ int RunAll(const SHostOptions& hostOptions, const SRemuxOptions& options,
            const std::map<std::string, SRemuxJob>& jobs) {
   if (options.sOutput.ends_with('/')) fs::create_directories(options.sOutput);
   const Host host(hostOptions);
-  const std::vector<SOutcome> outcomes =
-      ForEachFile(hostOptions, {}, options.files,
-                  [&](const std::string& path, Progress& progress) { return RunRemux(host, jobs.at(path), progress); });
   // What came to no good end has not got its name. Done here, because the process that wrote it may be gone.
-  for (const auto& [path, job] : jobs) {
-    std::error_code ignored;
-    fs::remove(job.sTemporary, ignored);
-  }
+  const auto removeUnfinished = [&] {
+    for (const auto& [path, job] : jobs) {
+      std::error_code ignored;
+      fs::remove(job.sTemporary, ignored);
+    }
+  };
+  const std::vector<SOutcome> outcomes =
+      ForEachFile(hostOptions, {.onEnd = removeUnfinished}, options.files,
+                  [&](const std::string& path, Progress& progress) { return RunRemux(host, jobs.at(path), progress); });
+  removeUnfinished();
   return WorstExit(outcomes);
 }
 

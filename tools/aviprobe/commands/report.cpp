@@ -1,18 +1,17 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
+#include <filesystem>
 
-#include "tools/aviprobe/commands/check_text.h"
+#include "tools/aviprobe/commands/check_outcome.h"
 #include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/commands/output_file.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/model/check_facts.h"
 #include "tools/aviprobe/report/details.h"
 #include "tools/aviprobe/report/page.h"
 #include "tools/aviprobe/report/series.h"
-#include "tools/aviprobe/text/names.h"
+#include "tools/aviprobe/text/shown.h"
 
 namespace {
 
@@ -58,12 +57,10 @@ class Inspection {
   int TellCheck(const SFileMap& map, const SPlayback* playback) {
     const std::vector<SFinding> findings = Check(map, playback, m_Source);
     m_Progress.Tell("hex", HexDetails(m_Source, findings));
-    m_Progress.Tell("check", CheckFacts(map, playback, findings));
+    const Json facts = CheckFacts(map, playback, findings);
+    m_Progress.Tell(kCheckFacts, facts);
     m_Progress.Tell("series", m_Series);
-    for (const SFinding& finding : findings) {
-      if (finding.severity != ESeverity::kNote) return kExitFindings;
-    }
-    return kExitFine;
+    return CheckExit(facts, false);
   }
 
   const SHostOptions& m_Options;
@@ -73,24 +70,9 @@ class Inspection {
   Json m_Series = Json::object();
 };
 
-/// What `check` says of the file, whatever became of the child.
-Json FactsOf(const SOutcome& outcome) {
-  const bool told = outcome.told.contains("check");
-  Json facts = told ? outcome.told["check"] : UnreadableFacts(outcome.sPath);
-  if (!outcome.bGaveUp) return facts;
-  if (!told) facts["verdict"] = "errors";
-  AddFinding({.pCode = "library-aborts",
-              .severity = FindingKind("library-aborts").severity,
-              .sConsequence = fmt::format("the library {} while {}: a player ends with it", outcome.sHow,
-                                          outcome.sStage.empty() ? "working" : outcome.sStage),
-              .sAdvice = "keep the file away from players; aviprobe remux FILE -o OUT.avi may save what is in it"},
-             &facts);
-  return facts;
-}
-
 /// All that the page needs of one file.
 Json FileRecord(const SOutcome& outcome) {
-  Json file = {{"file", Printable(outcome.sPath)}, {"exit", outcome.nExit}};
+  Json file = {{"file", Shown(outcome.sPath)}, {"exit", outcome.nExit}};
   if (outcome.bGaveUp) {
     file["gave_up"] = outcome.sHow;
     file["stage"] = outcome.sStage;
@@ -103,15 +85,13 @@ Json FileRecord(const SOutcome& outcome) {
 }
 
 int RunReport(const SHostOptions& host, const SReportOptions& options) {
-  std::ofstream out(options.sOutput, std::ios::binary);
-  if (!out) throw HostError(fmt::format("cannot write {}: {}", options.sOutput, std::strerror(errno)));
+  CheckWritable(options.sOutput);
   const std::vector<SOutcome> outcomes =
       ForEachFile(host, {}, options.files,
                   [&](const std::string& path, Progress& progress) { return Inspection(host, path, progress).Run(); });
   Json files = Json::array();
   for (const SOutcome& outcome : outcomes) files.push_back(FileRecord(outcome));
-  out << ReportPage(files) << std::flush;
-  if (!out) throw HostError(fmt::format("cannot write {}: {}", options.sOutput, std::strerror(errno)));
+  WriteWhole(options.sOutput, ReportPage(files));
   return WorstExit(outcomes);
 }
 
@@ -122,5 +102,13 @@ void AddReport(CLI::App& app, Command& command) {
   CLI::App* report = app.add_subcommand("report", "Write a page that shows all about files, for a browser");
   report->add_option("FILE", options->files, "AVI files")->required();
   report->add_option("-o,--output", options->sOutput, "The page")->type_name("HTML")->required();
-  report->callback([=, &command] { command = [=](const SHostOptions& host) { return RunReport(host, *options); }; });
+  report->callback([=, &command] {
+    for (const std::string& file : options->files) {
+      std::error_code ignored;
+      if (std::filesystem::equivalent(options->sOutput, file, ignored)) {
+        throw CLI::ValidationError("--output", options->sOutput + " is a file that is read");
+      }
+    }
+    command = [=](const SHostOptions& host) { return RunReport(host, *options); };
+  });
 }

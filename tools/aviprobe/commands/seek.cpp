@@ -6,6 +6,7 @@
 #include "tools/aviprobe/commands/time_option.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/text/json_line.h"
+#include "tools/aviprobe/text/shown.h"
 #include "tools/aviprobe/text/times.h"
 
 namespace {
@@ -56,7 +57,7 @@ int RunSeek(const Host& host, const SSeekOptions& options, const std::string& pa
   if (host.Json()) {
     PrintJsonLine(json);
   } else if (trouble.empty()) {
-    if (options.files.size() > 1) fmt::print("{}: ", path);
+    if (options.files.size() > 1) fmt::print("{}: ", Shown(path));
     fmt::print("track {}: {}, asked {} ms, mode {}: {}\n", track, options.sKind, options.nAtMs, options.nMode, reached);
   }
   if (trouble.empty()) return kExitFine;

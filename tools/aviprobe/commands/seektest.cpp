@@ -9,6 +9,7 @@
 #include "tools/aviprobe/model/playback.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/names.h"
+#include "tools/aviprobe/text/shown.h"
 
 namespace {
 
@@ -193,7 +194,7 @@ int RunSeekTest(const Host& host, const SSeekTestOptions& options, const std::st
   progress.Stage("opening");
   const MediaFile file = host.Open(path);
   if (!host.Json()) {
-    fmt::print("{}\n", path);
+    fmt::print("{}\n", Shown(path));
     if (!options.bSummary) fmt::print("track mode  asked         reached        reads     bytes\n");
   }
   size_t failed = 0;

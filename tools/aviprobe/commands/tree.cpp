@@ -11,6 +11,7 @@
 #include "tools/aviprobe/model/file_map.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/names.h"
+#include "tools/aviprobe/text/shown.h"
 
 namespace {
 
@@ -123,7 +124,8 @@ void PrintTree(const std::string& path, const STreeOptions& options, bool json) 
 int RunTree(const SHostOptions& host, const STreeOptions& options) {
   int code = 0;
   for (const std::string& path : options.files) {
-    if (!host.bJson && options.files.size() > 1) fmt::print("{}{}:\n", &path == &options.files[0] ? "" : "\n", path);
+    if (!host.bJson && options.files.size() > 1)
+      fmt::print("{}{}:\n", &path == &options.files[0] ? "" : "\n", Shown(path));
     try {
       PrintTree(path, options, host.bJson);
     } catch (const HostError& error) {

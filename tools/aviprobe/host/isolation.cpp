@@ -14,7 +14,7 @@
 
 #include "tools/aviprobe/host/child.h"
 #include "tools/aviprobe/host/last_words.h"
-#include "tools/aviprobe/text/names.h"
+#include "tools/aviprobe/text/shown.h"
 
 namespace {
 
@@ -55,8 +55,8 @@ class ProgressLine {
     m_bDrawn = true;
     const SOutcome& outcome = child.Outcome();
     const std::string share = child.Share() > 0 ? fmt::format(", {:.0f}%", child.Share() * 100) : "";
-    fmt::print(stderr, "\r\033[K{}: {}{}", outcome.sPath,
-               outcome.sStage.empty() ? "working" : Printable(outcome.sStage), share);
+    fmt::print(stderr, "\r\033[K{}: {}{}", Shown(outcome.sPath),
+               outcome.sStage.empty() ? "working" : Shown(outcome.sStage), share);
   }
   void Erase() {
     if (m_bDrawn) fmt::print(stderr, "\r\033[K");
@@ -161,7 +161,7 @@ class Crew {
       }
       if (outcome.bGaveUp && !m_nEndWith && !g_nInterrupt) {
         PrintError(fmt::format("{}: the library gave up: it {}{}", outcome.sPath, outcome.sHow,
-                               outcome.sStage.empty() ? "" : " while " + Printable(outcome.sStage)));
+                               outcome.sStage.empty() ? "" : " while " + outcome.sStage));
       }
     }
   }
@@ -247,6 +247,7 @@ std::vector<SOutcome> ForEachFile(const SHostOptions& host, const SIsolation& is
     endWith = Crew(host, isolation, work, &outcomes).Run();
   }
   if (endWith == 0) return outcomes;
+  if (isolation.onEnd) isolation.onEnd();
   std::fflush(stdout);
   std::signal(endWith, SIG_DFL);
   std::raise(endWith);

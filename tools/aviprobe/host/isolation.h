@@ -46,6 +46,8 @@ struct SOutcome {
 struct SIsolation {
   unsigned nJobs = 1;        ///< files at the same time; more than 1 keeps each file's output together, in order
   bool bKeepOutput = false;  ///< to SOutcome::sOutput instead of stdout
+  /// Called behind the last child when a signal ends this process: ForEachFile does not come back then.
+  std::function<void()> onEnd{};
 };
 
 /// Does `work` for each file, which returns that file's exit code. An exception is printed and is kExitUnreadable.

@@ -1,0 +1,41 @@
+#include "tools/aviprobe/commands/check_outcome.h"
+
+#include "tools/aviprobe/commands/check_text.h"
+#include "tools/aviprobe/model/check_facts.h"
+
+namespace {
+
+/// Facts of a file of which nothing is known.
+Json UnreadableFacts(const std::string& path) {
+  return {{"file", path},
+          {"size", nullptr},
+          {"verdict", kUnreadable},
+          {"counts", {{"notes", 0}, {"warnings", 0}, {"errors", 0}}},
+          {"played", false},
+          {"expected_ms", nullptr},
+          {"delivered_ms", nullptr},
+          {"findings", Json::array()},
+          {"tracks", Json::array()}};
+}
+
+}  // namespace
+
+int CheckExit(const Json& facts, bool strict) {
+  const Json& counts = facts["counts"];
+  const bool found = counts["errors"] > 0 || counts["warnings"] > 0 || (strict && counts["notes"] > 0);
+  return found ? kExitFindings : kExitFine;
+}
+
+Json FactsOf(const SOutcome& outcome) {
+  const bool told = outcome.told.contains(kCheckFacts);
+  Json facts = told ? outcome.told[kCheckFacts] : UnreadableFacts(outcome.sPath);
+  if (!outcome.bGaveUp) return facts;
+  if (!told) facts["verdict"] = "errors";
+  AddFinding({.pCode = "library-aborts",
+              .severity = FindingKind("library-aborts").severity,
+              .sConsequence = fmt::format("the library {} while {}: a player ends with it", outcome.sHow,
+                                          outcome.sStage.empty() ? "working" : outcome.sStage),
+              .sAdvice = "keep the file away from players; aviprobe remux FILE -o OUT.avi may save what is in it"},
+             &facts);
+  return facts;
+}
