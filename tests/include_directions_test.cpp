@@ -26,7 +26,17 @@ const Folder kFolders[] = {
     {.name = "avifile", .mayInclude = {"source", "base", "include"}},
     {.name = "plugin", .mayInclude = {"avifile", "source", "base", "include"}},
     {.name = "platform", .mayInclude = {}},
-    {.name = "tools/aviprobe", .mayInclude = {"include"}},
+    {.name = "tools/aviprobe/text", .mayInclude = {"include"}},
+    {.name = "tools/aviprobe/host", .mayInclude = {"tools/aviprobe/text", "include"}},
+    {.name = "tools/aviprobe/model", .mayInclude = {"tools/aviprobe/host", "tools/aviprobe/text", "include"}},
+    {.name = "tools/aviprobe/remux",
+     .mayInclude = {"tools/aviprobe/model", "tools/aviprobe/host", "tools/aviprobe/text", "include"}},
+    {.name = "tools/aviprobe/report",
+     .mayInclude = {"tools/aviprobe/model", "tools/aviprobe/host", "tools/aviprobe/text"}},
+    {.name = "tools/aviprobe/commands",
+     .mayInclude = {"tools/aviprobe/remux", "tools/aviprobe/report", "tools/aviprobe/model", "tools/aviprobe/host",
+                    "tools/aviprobe/text"}},
+    {.name = "tools/aviprobe", .mayInclude = {"tools/aviprobe/commands", "tools/aviprobe/host", "tools/aviprobe/text"}},
     {.name = "tools/observe", .mayInclude = {"include"}},
     {.name = "bench", .mayInclude = {"tests", "include"}},
 };
@@ -43,11 +53,8 @@ const Exception kExceptions[] = {
 };
 
 const std::string kCoreDoor = "avifile/avi_file_parser.h";
-const Strings kCoreDoorUsers = {"avifile/avi_file_parser.cpp",
-                                "plugin/delivery.h",
-                                "tools/aviprobe/host/core_view.cpp",
-                                "tests/*",
-                                "fuzz/*"};
+const Strings kCoreDoorUsers = {"avifile/avi_file_parser.cpp", "plugin/delivery.h", "tools/aviprobe/host/core_view.cpp",
+                                "tests/*", "fuzz/*"};
 
 bool Matches(const std::string& pattern, const std::string& path) {
   return fnmatch(pattern.c_str(), path.c_str(), 0) == 0;
