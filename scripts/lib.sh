@@ -62,6 +62,9 @@ aviprobe_in() {
   echo "$probe"
 }
 
+# has_remux PROBE: whether the tool was built with libavformat. Needs scratch's folder.
+has_remux() { [[ $("$1" remux samples/audio-only.avi -o "$work/remuxed.avi" 2>&1) != *"not built in"* ]]; }
+
 # media_tracks: turns what `aviprobe --json info` says into lines of a track number and "video" or "audio".
 media_tracks() { grep -oE '"track":[0-9]+,"type":"(video|audio)"' | tr -cs 'a-z0-9\n' ' ' | cut -d' ' -f3,5; }
 
