@@ -23,8 +23,8 @@ struct SReportOptions {
 /// Looks into one file. Tells what it knows as it goes: the library may end the process.
 class Inspection {
  public:
-  Inspection(const SHostOptions& options, const std::string& path, Progress& progress)
-      : m_Options(options), m_sPath(path), m_Progress(progress), m_Source(path, false) {}
+  Inspection(const Host& host, const std::string& path, Progress& progress)
+      : m_Host(host), m_sPath(path), m_Progress(progress), m_Source(path, false) {}
 
   int Run() {
     m_Progress.Stage("reading its structure");
@@ -33,14 +33,13 @@ class Inspection {
     m_Progress.Tell("headers", HeaderDetails(m_Source, map));
     TellCheck(map, nullptr);
     if (!map.IsAvi()) return kExitUnreadable;
-    const Host host(m_Options);
-    const SPlayback playback = Play(host, m_sPath, Watched());
+    const SPlayback playback = Play(m_Host, m_sPath, Watched());
     AddPlaybackSeries(FileFacts(map, &playback), &m_Series);
     m_Progress.Stage("comparing");
     const int code = TellCheck(map, &playback);
     if (!playback.bOpened) return code;
     m_Progress.Stage("seeking");
-    m_Series["seeks"] = SeekDetails(host, m_sPath);
+    m_Series["seeks"] = SeekDetails(m_Host, m_sPath);
     m_Progress.Tell("series", m_Series);
     return code;
   }
@@ -63,7 +62,7 @@ class Inspection {
     return CheckExit(facts, false);
   }
 
-  const SHostOptions& m_Options;
+  const Host& m_Host;
   std::string m_sPath;
   Progress& m_Progress;
   FileSource m_Source;
@@ -84,10 +83,11 @@ Json FileRecord(const SOutcome& outcome) {
   return file;
 }
 
-int RunReport(const SHostOptions& host, const SReportOptions& options) {
+int RunReport(const SHostOptions& hostOptions, const SReportOptions& options) {
+  const Host host(hostOptions);
   CheckWritable(options.sOutput);
   const std::vector<SOutcome> outcomes =
-      ForEachFile(host, {}, options.files,
+      ForEachFile(hostOptions, {}, options.files,
                   [&](const std::string& path, Progress& progress) { return Inspection(host, path, progress).Run(); });
   Json files = Json::array();
   for (const SOutcome& outcome : outcomes) files.push_back(FileRecord(outcome));
