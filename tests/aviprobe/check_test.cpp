@@ -1,15 +1,13 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <set>
 
+#include "tests/aviprobe/run_tool.h"
 #include "tests/support/avi_builder.h"
 #include "tools/aviprobe/model/check_facts.h"
 #include "tools/aviprobe/model/finding.h"
@@ -526,21 +524,6 @@ INSTANTIATE_TEST_SUITE_P(Check, Sample,
                                          "mpeg2-mp2.avi", "mpeg4-bframes-mp3.avi", "mulaw.avi", "no-index.avi",
                                          "opendml.avi", "two-audio.avi", "video-only.avi", "xvid-pcm.avi"));
 
-struct SRun {
-  int nExit = -1;
-  std::string sOutput;
-};
-SRun RunCheck(const std::string& arguments) {
-  SRun run;
-  FILE* pipe = popen((std::string(ZU_AVIPROBE_PATH) + " check " + arguments + " 2>&1").c_str(), "r");
-  if (!pipe) return run;
-  std::array<char, 4096> block;
-  for (size_t n; (n = fread(block.data(), 1, block.size(), pipe)) > 0;) run.sOutput.append(block.data(), n);
-  const int status = pclose(pipe);
-  if (WIFEXITED(status)) run.nExit = WEXITSTATUS(status);
-  return run;
-}
-
 struct SToolRow {
   std::string name;
   std::string arguments;  ///< FOLDER stands for the files'
@@ -563,7 +546,7 @@ class CheckTool : public testing::TestWithParam<SToolRow> {
     for (size_t at; (at = arguments.find("FOLDER")) != std::string::npos;) {
       arguments.replace(at, 6, m_Folder.Path(""));
     }
-    return RunCheck(arguments);
+    return RunTool("check " + arguments);
   }
   TempFolder m_Folder;
 };

@@ -1,7 +1,6 @@
 #include "tools/aviprobe/model/file_map.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -11,30 +10,12 @@
 #include <string>
 #include <vector>
 
+#include "tests/aviprobe/temp_file.h"
 #include "tests/support/avi_builder.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-/// A file of bytes, for as long as it lives.
-class TempFile {
- public:
-  explicit TempFile(const Bytes& bytes) {
-    const int fd = mkstemp(m_sPath.data());
-    EXPECT_GE(fd, 0) << "no temporary file";
-    EXPECT_EQ(write(fd, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-    close(fd);
-  }
-  ~TempFile() { fs::remove(m_sPath); }
-  TempFile(const TempFile&) = delete;
-  TempFile& operator=(const TempFile&) = delete;
-
-  const std::string& Path() const { return m_sPath; }
-
- private:
-  std::string m_sPath = (fs::temp_directory_path() / "file_map_test-XXXXXX").string();
-};
 
 SFileMap MapOf(const Bytes& bytes, bool resync = true) {
   const TempFile file(bytes);

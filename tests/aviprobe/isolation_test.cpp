@@ -1,6 +1,7 @@
 #include "tools/aviprobe/host/isolation.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -109,6 +110,25 @@ TEST_F(Isolation, KnowsTheLastStageOfManyAndFactsOfAnySize) {
                                                 1);
   EXPECT_EQ(outcomes[0].sStage, "playing 5000");
   EXPECT_EQ(outcomes[0].told["facts"], facts);
+}
+
+TEST_F(Isolation, CleansUpBeforeASignalEndsIt) {
+  std::string path = testing::TempDir() + "unfinished-XXXXXX";
+  close(mkstemp(path.data()));
+  const pid_t pid = fork();
+  if (pid == 0) {
+    SIsolation isolation;
+    isolation.onEnd = [&] { unlink(path.c_str()); };
+    ForEachFile(SHostOptions(), isolation, {"one"}, [](const std::string&, Progress&) -> int {
+      for (kill(getppid(), SIGTERM);;) pause();
+    });
+    _exit(0);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(pid, &status, 0), pid);
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM) << "status " << status;
+  EXPECT_LT(access(path.c_str(), F_OK), 0) << "the file is left behind";
+  unlink(path.c_str());
 }
 
 TEST_F(Isolation, WorksWithoutAProcessToo) {
