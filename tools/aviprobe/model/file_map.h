@@ -10,8 +10,8 @@
 #include "tools/aviprobe/model/fourcc.h"
 
 // What stands in a file, found by a walk of the tool's own: a file that the library refuses can be looked into as well,
-// and what the library delivers can be compared with what is there. Layouts: the RIFF and AVI file reference of the
-// Windows multimedia SDK, and the OpenDML AVI File Format Extensions 1.02.
+// and what the library delivers can be compared with what is there. Layouts: RIFF and AVI 1.0 as publicly documented,
+// and the OpenDML extensions to them, version 1.02.
 
 constexpr int64_t kChunkHeaderBytes = 8;  ///< FourCC and size
 constexpr int16_t kNoStream = -1;
