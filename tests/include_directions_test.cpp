@@ -36,7 +36,8 @@ const Folder kFolders[] = {
     {.name = "tools/aviprobe/commands",
      .mayInclude = {"tools/aviprobe/remux", "tools/aviprobe/report", "tools/aviprobe/model", "tools/aviprobe/host",
                     "tools/aviprobe/text"}},
-    {.name = "tools/aviprobe", .mayInclude = {"tools/aviprobe/commands", "tools/aviprobe/host", "tools/aviprobe/text"}},
+    {.name = "tools/aviprobe",
+     .mayInclude = {"tools/aviprobe/commands", "tools/aviprobe/model", "tools/aviprobe/host", "tools/aviprobe/text"}},
     {.name = "tools/observe", .mayInclude = {"include"}},
     {.name = "bench", .mayInclude = {"tests", "include"}},
 };

@@ -16,8 +16,8 @@ _aviprobe() {
     [index]="--track"
     [tree]="--skip-data --resync --fields"
   )
-  local common="--help --json --library --buffer --streaming --chunk-bytes --fail-at --block-every --timeout --in-process
-    --verbose"
+  local common="--help --json --library --buffer --streaming --chunk-bytes --fail-at --block-every --ignore-index --timeout
+    --in-process --verbose"
   local current=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command="" word
   for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
     [[ -z $word || -z ${options[$word]-} ]] || { command=$word; break; }

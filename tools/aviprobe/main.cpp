@@ -11,6 +11,7 @@
 #include "tools/aviprobe/commands/examples.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/host/last_words.h"
+#include "tools/aviprobe/model/index_chunks.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/nearest.h"
 #include "tools/aviprobe/text/shown.h"
@@ -42,6 +43,9 @@ void AddSourceOptions(CLI::App& app, SSimulation& simulation) {
   app.add_option("--block-every", simulation.nBlockEvery, "Let each Nth read say that it would block")
       ->type_name("N")
       ->check(Within(2, kMaxInt));
+  app.add_flag_callback(
+      "--ignore-index", [&] { simulation.hiddenChunks = IndexChunks; },
+      "Hide the indexes: what a damaged one leaves out is played too");
 }
 
 void AddHostOptions(CLI::App& app, SHostOptions& options) {

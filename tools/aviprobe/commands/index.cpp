@@ -30,7 +30,7 @@ void PrintEntry(bool json, uint32_t track, uint32_t number, const CoreView::SEnt
 
 int RunIndex(const SHostOptions& host, const SIndexOptions& options, const std::string& path, Progress& progress) {
   progress.Stage("opening");
-  const CoreView view(path, host.bStreaming, LogMask(host.nVerbosity));
+  const CoreView view(path, host, LogMask(host.nVerbosity));
   if (options.nTrack && *options.nTrack >= view.TrackCount()) {
     throw HostError(fmt::format("{}: has no track {}", path, *options.nTrack));
   }

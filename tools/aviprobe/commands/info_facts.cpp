@@ -54,7 +54,7 @@ SDelivered PlayTrack(const Host& host, const MediaFile& file, uint32_t track) {
 /// What no host can ask for: the library's own classes tell it, from a parse of their own. They stay silent, the
 /// library having said it all.
 void AddIndexFacts(const Host& host, SInfo* info) {
-  const CoreView view(info->sPath, host.Options().bStreaming, 0);
+  const CoreView view(info->sPath, host.Options(), 0);
   info->sIndexKind = view.IndexKind();
   for (SInfoTrack& track : info->tracks) {
     if (!view.HasIndex() || track.nTrack >= view.TrackCount()) continue;

@@ -9,8 +9,9 @@
 #include "tools/aviprobe/text/names.h"
 #include "zu_parser_avi/track_info.h"
 
-CoreView::CoreView(const std::string& path, bool streaming, int logMask)
-    : m_pSource(std::make_unique<FileSource>(path, streaming)),
+CoreView::CoreView(const std::string& path, const SSimulation& simulation, int logMask)
+    : m_pSource(std::make_unique<SimulatedSource>(
+          path, SSimulation{.bStreaming = simulation.bStreaming, .hiddenChunks = simulation.hiddenChunks})),
       m_pReader(std::make_unique<AVISourceReader>(m_pSource.get())),
       m_pParser(std::make_unique<CAVIFileParser>()) {
   debug_level = logMask;  // the tool's own copy: the library that it loads has another

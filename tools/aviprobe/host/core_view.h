@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "tools/aviprobe/host/file_source.h"
+#include "tools/aviprobe/host/simulated_source.h"
 
 class AVISourceReader;
 class CAVIFileParser;
@@ -22,9 +22,10 @@ class CoreView {
     std::optional<uint32_t> nTimeMs;  ///< none beyond what the readers can count
   };
 
+  /// @param simulation  only what decides which index there is: the hidden length and the hidden chunks.
   /// @param logMask  what the parse may log, see LogMask().
   /// @throw HostError that starts with the file's name.
-  CoreView(const std::string& path, bool streaming, int logMask);
+  CoreView(const std::string& path, const SSimulation& simulation, int logMask);
   ~CoreView();
 
   /// "none", "legacy idx1" or "OpenDML".
@@ -38,7 +39,7 @@ class CoreView {
   SEntry Entry(uint32_t track, uint32_t entry, uint64_t bytesBefore) const;
 
  private:
-  std::unique_ptr<FileSource> m_pSource;
+  std::unique_ptr<SimulatedSource> m_pSource;
   std::unique_ptr<AVISourceReader> m_pReader;
   std::unique_ptr<CAVIFileParser> m_pParser;  // last: it reads until it is gone
 };

@@ -8,8 +8,15 @@
 namespace {
 
 constexpr uint64_t kHeaderRead = 12;  // how the library reads a chunk's header: with the form type a list would have
+constexpr int64_t kIdBytes = 4;
+constexpr const char* kHiddenId = "JUNK";
 
 }  // namespace
+
+SimulatedSource::SimulatedSource(const std::string& path, const SSimulation& simulation)
+    : m_File(path, simulation.bStreaming), m_Simulation(simulation) {
+  if (simulation.hiddenChunks) m_Hidden = simulation.hiddenChunks(path);
+}
 
 int SimulatedSource::ReadAt(int64_t offset, void* buffer, uint64_t* length) noexcept {
   ++m_nReads;
@@ -27,7 +34,10 @@ int SimulatedSource::ReadAt(int64_t offset, void* buffer, uint64_t* length) noex
   }
   if (m_Simulation.nChunkBytes) *length = std::min(*length, m_Simulation.nChunkBytes);
   status = m_File.ReadAt(offset, buffer, length);
-  if (status >= 0) Note(offset, buffer, *length);
+  if (status >= 0) {
+    Hide(offset, buffer, *length);
+    Note(offset, buffer, *length);
+  }
   if (status == AVI_IO_ERROR) m_bFailed = true;
   return status;
 }
@@ -36,6 +46,17 @@ void SimulatedSource::BeginCall(std::span<const uint8_t> unit) {
   m_Call = {};
   m_Unit = unit;
   m_nRank = 0;
+}
+
+void SimulatedSource::Hide(int64_t offset, void* buffer, uint64_t length) const {
+  const auto count = static_cast<int64_t>(length);
+  auto hidden = std::lower_bound(m_Hidden.begin(), m_Hidden.end(), offset - (kIdBytes - 1));
+  for (; hidden != m_Hidden.end() && *hidden - offset < count; ++hidden) {
+    for (int64_t i = 0; i < kIdBytes; ++i) {
+      const int64_t at = *hidden + i - offset;
+      if (at >= 0 && at < count) static_cast<char*>(buffer)[at] = kHiddenId[i];
+    }
+  }
 }
 
 void SimulatedSource::Note(int64_t offset, const void* buffer, uint64_t length) {

@@ -2,9 +2,11 @@
 #define ZU_TOOLS_AVIPROBE_HOST_SIMULATED_SOURCE_H_
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "tools/aviprobe/host/file_source.h"
 
@@ -20,14 +22,16 @@ struct SSimulation {
   /// Every read with a multiple of this number would block; 0: none. 2 or more. Open would take that for a failure, so
   /// while it runs the source is one that waits.
   uint64_t nBlockEvery = 0;
+  /// Finds the headers of chunks that are shown as "JUNK", by offset; empty: all are shown as they are.
+  /// @throw HostError when the file cannot be read.
+  std::function<std::vector<int64_t>(const std::string& path)> hiddenChunks{};
 };
 
 /// A file as a source that may be bad, and that keeps count of what is asked of it.
 class SimulatedSource final : public IDataSource {
  public:
   /// @throw HostError as FileSource does.
-  SimulatedSource(const std::string& path, const SSimulation& simulation)
-      : m_File(path, simulation.bStreaming), m_Simulation(simulation) {}
+  SimulatedSource(const std::string& path, const SSimulation& simulation);
 
   int Prepare() noexcept override { return m_File.Prepare(); }
   int GetSize(int64_t* length) noexcept override { return m_File.GetSize(length); }
@@ -60,10 +64,12 @@ class SimulatedSource final : public IDataSource {
   const SCall& Call() const { return m_Call; }
 
  private:
+  void Hide(int64_t offset, void* buffer, uint64_t length) const;
   void Note(int64_t offset, const void* buffer, uint64_t length);
 
   FileSource m_File;
   SSimulation m_Simulation;
+  std::vector<int64_t> m_Hidden;  // headers, by offset
   uint64_t m_nReads = 0, m_nBytesRead = 0;
   bool m_bFailed = false, m_bMadeToFail = false, m_bMayBlock = false;
   SCall m_Call;

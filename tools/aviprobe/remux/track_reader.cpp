@@ -49,7 +49,7 @@ bool KeyTeller::IsKey(const TrackInfo& info, std::span<const uint8_t> unit, int6
 
 void KeyTeller::ReadIndex() {
   m_Keys.emplace();
-  const CoreView view(m_sPath, m_Host.Options().bStreaming, LogMask(m_Host.Options().nVerbosity));
+  const CoreView view(m_sPath, m_Host.Options(), LogMask(m_Host.Options().nVerbosity));
   if (!view.HasIndex() || m_nTrack >= view.TrackCount()) return;
   for (uint32_t i = 0; i < view.EntryCount(m_nTrack); ++i) {
     const CoreView::SEntry entry = view.Entry(m_nTrack, i, 0);
