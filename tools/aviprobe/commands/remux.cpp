@@ -118,7 +118,7 @@ void PrintText(const SRemuxJob& job, const SRemuxed& done) {
 int RunRemux(const Host& host, const SRemuxJob& job, Progress& progress) try {
   const SRemuxed done = Remux(host, job, progress);
   host.Json() ? PrintJson(job, done) : PrintText(job, done);
-  int code = kExitFine;
+  int code = done.bIncomplete ? kExitFindings : kExitFine;
   for (const SRemuxedTrack& track : done.tracks) {
     const std::string trouble = Trouble(track.result);
     if (!trouble.empty()) {

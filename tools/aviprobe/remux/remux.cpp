@@ -12,20 +12,52 @@
 
 #include "tools/aviprobe/host/file_source.h"
 #include "tools/aviprobe/model/file_map.h"
+#include "tools/aviprobe/model/measure.h"
 #include "tools/aviprobe/model/playback.h"
+#include "tools/aviprobe/model/track_facts.h"
 #include "tools/aviprobe/remux/lane.h"
 #include "tools/aviprobe/remux/muxer.h"
 #include "tools/aviprobe/text/names.h"
+#include "tools/aviprobe/text/shown.h"
 #include "tools/aviprobe/text/times.h"
 
 namespace {
 
 constexpr int64_t kWorthANoteMs = 100;
 
-SFileMap MapHeaders(const std::string& path) {
+SFileMap MapWhole(const std::string& path) {
   FileSource source(path, false);
-  return MapFile(source, path, {.bResync = false, .bEntries = false});
+  return MapFile(source, path);
 }
+
+/// What of a track is in the file and was not delivered.
+struct SShortfall {
+  uint64_t nMissing = 0, nPresent = 0;  ///< pictures; of sound milliseconds
+};
+
+SShortfall MissingPictures(const SFileMap& map, const STrackFacts& facts, const SRemuxedTrack& track) {
+  const auto present = static_cast<uint64_t>(std::count_if(facts.chunks.begin(), facts.chunks.end(), [&](uint32_t i) {
+    return IsUnit(map.Chunk(i)) && map.Chunk(i).nSize;
+  }));
+  uint64_t delivered = track.nUnits;
+  if (track.nCodecId == AVI_CODEC_MPEG12 && facts.present.nBytes) {  // pictures may lie across chunks
+    delivered = static_cast<uint64_t>(static_cast<double>(track.nBytes) / static_cast<double>(facts.present.nBytes) *
+                                      static_cast<double>(present));
+  }
+  return {present > delivered + 1 ? present - delivered : 0, present};
+}
+
+SShortfall MissingSound(const STrackFacts& facts, const SRemuxedTrack& track) {
+  constexpr uint64_t kWorthMs = 500;
+  const bool narrowed = track.nCodecId == AVI_CODEC_PCM && facts.pHeader->BitsPerSample() == 24;
+  const uint64_t expected = narrowed ? facts.present.nBytes / 3 * 2 : facts.present.nBytes;
+  if (track.nBytes >= expected) return {};
+  const double lost = static_cast<double>(expected - track.nBytes) / static_cast<double>(expected);
+  const auto lostMs = static_cast<uint64_t>(lost * static_cast<double>(facts.present.nMs));
+  return {lostMs > kWorthMs ? lostMs : 0, facts.present.nMs};
+}
+
+bool HasIndex(const SFileMap& map) { return map.idx1 || !map.superSlots.empty() || !map.chunkIndexes.empty(); }
 
 std::vector<uint8_t> ReadConfig(const MediaFile& file, uint32_t track) {
   std::vector<uint8_t> buffer(1 << 16);
@@ -42,10 +74,13 @@ std::vector<uint8_t> ReadConfig(const MediaFile& file, uint32_t track) {
 class Copy {
  public:
   Copy(const Host& host, const SRemuxJob& job, Progress& progress)
-      : m_Host(host), m_Job(job), m_Progress(progress), m_File(host.Open(job.sInput)) {}
+      : m_Host(host), m_Job(job), m_Progress(progress), m_File(host.Open(job.sInput)), m_Map(MapWhole(job.sInput)) {}
 
   SRemuxed Run() {
     MakeLanes();
+    if (std::none_of(m_Lanes.begin(), m_Lanes.end(), [](const auto& lane) { return lane->Result().nUnits > 0; })) {
+      throw CopyError(m_Job.sInput + ": nothing of it is delivered" + Reason());
+    }
     Muxer muxer(m_Job);
     for (const auto& lane : m_Lanes) muxer.AddStream(lane->Parameters());
     Begin(&muxer);
@@ -54,12 +89,12 @@ class Copy {
     for (const auto& lane : m_Lanes) m_Done.tracks.push_back(lane->Result());
     if (m_Job.container == EContainer::kAvi) Verify();
     AddNotes();
+    NoteMissing();
     return std::move(m_Done);
   }
 
  private:
   void MakeLanes() {
-    const SFileMap map = MapHeaders(m_Job.sInput);
     for (uint32_t track = 0; track < m_File.TrackCount(); ++track) {
       const uint32_t type = m_File.Track(track).nTrackType;
       if (!m_File.Plays(track) || type == AVI_TRACK_TEXT) {
@@ -67,9 +102,10 @@ class Copy {
         m_Done.notes.push_back(fmt::format("track {} {} and is left out", track, why));
         continue;
       }
-      if (track >= map.streams.size()) throw HostError(m_Job.sInput + ": the headers of its streams cannot be read");
+      if (track >= m_Map.streams.size()) throw HostError(m_Job.sInput + ": the headers of its streams cannot be read");
       ForTrack(track, [&] {
-        m_Lanes.push_back(std::make_unique<Lane>(m_Host, m_Job, track, map.streams[track], ReadConfig(m_File, track)));
+        m_Lanes.push_back(
+            std::make_unique<Lane>(m_Host, m_Job, track, m_Map.streams[track], ReadConfig(m_File, track)));
       });
     }
     if (m_Lanes.empty()) throw CopyError(m_Job.sInput + ": has no track to copy");
@@ -158,10 +194,32 @@ class Copy {
     }
   }
 
+  /// Why something is missing, as far as there is something to do about it.
+  std::string Reason() const {
+    const bool played = HasIndex(m_Map) && !m_Host.Options().hiddenChunks;
+    return played ? ": its index leaves them out; --ignore-index plays without it" : "";
+  }
+
+  void NoteMissing() {
+    const FileFacts facts(m_Map, nullptr);
+    for (const SRemuxedTrack& track : m_Done.tracks) {
+      if (track.result.ending != Ending::kEndOfTrack) continue;  // that is said already
+      const STrackFacts& there = facts.Tracks()[track.nTrack];
+      const bool video = track.nType == AVI_TRACK_VIDEO;
+      const SShortfall shortfall = video ? MissingPictures(m_Map, there, track) : MissingSound(there, track);
+      if (shortfall.nMissing == 0) continue;
+      m_Done.bIncomplete = true;
+      m_Done.notes.push_back(fmt::format("track {}: {} of {} {} of {} are not in the copy{}", track.nTrack,
+                                         shortfall.nMissing, shortfall.nPresent, video ? "pictures" : "ms of sound",
+                                         Shown(m_Job.sInput), Reason()));
+    }
+  }
+
   const Host& m_Host;
   const SRemuxJob& m_Job;
   Progress& m_Progress;
   MediaFile m_File;  // for headers and configurations; no unit is pulled from it
+  SFileMap m_Map;
   std::vector<std::unique_ptr<Lane>> m_Lanes;
   SRemuxed m_Done;
   std::optional<uint32_t> m_nSecond;

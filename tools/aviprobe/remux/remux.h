@@ -39,6 +39,7 @@ struct SRemuxedTrack {
 struct SRemuxed {
   std::vector<SRemuxedTrack> tracks;  ///< in the order of the copy
   std::vector<std::string> notes;     ///< what the copy lacks or has otherwise, a line each
+  bool bIncomplete = false;           ///< a track ended well, but not all of it that is in the file was delivered
 };
 
 /// The input plays, but there can be no such copy.
