@@ -6,6 +6,7 @@
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/commands/time_option.h"
 #include "tools/aviprobe/host/isolation.h"
+#include "tools/aviprobe/model/file_map.h"
 #include "tools/aviprobe/model/playback.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/names.h"
@@ -21,6 +22,7 @@ struct SSeekTestOptions {
 };
 
 constexpr size_t kShownSlowest = 10;
+constexpr uint64_t kDroppedMs = 200;     // the end of sound that is no whole frame is not delivered
 constexpr uint32_t kMaxSeeks = 100'000;  // of a track in one mode: a header may state any length
 
 struct SSeekResult {
@@ -35,6 +37,8 @@ struct SSeekResult {
     return *nReachedMs > nAskedMs ? *nReachedMs - nAskedMs : nAskedMs - *nReachedMs;
   }
 };
+
+const char* Plural(uint64_t count) { return count == 1 ? "" : "s"; }
 
 bool Seekable(const TrackInfo& info) {
   return info.nTrackType == AVI_TRACK_VIDEO ? info.video.bSeekable : info.audio.bSeekable;
@@ -73,8 +77,16 @@ class SeekRow {
     return Count([](const SSeekResult& s) { return s.ending == Ending::kFailed || s.ending == Ending::kStalled; });
   }
 
-  /// @param printed  each seek stands above already.
-  void Summary(bool printed) const {
+  /// Seeks to a time that the track should have, and no unit followed. Behind the last key frame mode 1 finds none.
+  size_t Lost(uint64_t declaredMs) const {
+    if (m_nMode == 1) return 0;
+    return Count([&](const SSeekResult& s) {
+      return s.ending == Ending::kEndOfTrack && uint64_t{s.nAskedMs} + kDroppedMs < declaredMs;
+    });
+  }
+
+  /// @param printed  each seek stands above already. @param declaredMs  how long the track's header says it is.
+  void Summary(bool printed, uint64_t declaredMs) const {
     const size_t ended = Count([](const SSeekResult& s) { return s.ending == Ending::kEndOfTrack; });
     uint64_t reads = 0, bytes = 0;
     uint32_t farthest = 0;
@@ -92,13 +104,17 @@ class SeekRow {
                             {"seeks", m_Seeks.size()},
                             {"failed", Failed()},
                             {"at_end", ended},
+                            {"lost", Lost(declaredMs)},
                             {"farthest_ms", farthest},
                             {"source_reads", reads},
                             {"source_bytes", bytes},
                             {"slowest", SlowestJson()}});
     }
-    fmt::print("track {}: {}, mode {}: {} seeks, {} failed, {} without a unit, up to {} ms off, {} reads, {} bytes\n",
-               m_nTrack, m_pType, m_nMode, m_Seeks.size(), Failed(), ended, farthest, reads, bytes);
+    fmt::print(
+        "track {}: {}, mode {}: {} seek{}, {} failed, {} without a unit, {} lost, up to {} ms off, {} read{}, {} "
+        "bytes\n",
+        m_nTrack, m_pType, m_nMode, m_Seeks.size(), Plural(m_Seeks.size()), Failed(), ended, Lost(declaredMs), farthest,
+        reads, Plural(reads), bytes);
     if (printed && m_Seeks.size() <= kShownSlowest) return;
     fmt::print("slowest:\n");
     for (const SSeekResult& seek : Slowest()) Print(seek, "");
@@ -163,13 +179,13 @@ std::vector<int> Modes(const std::string& mode, uint32_t trackType) {
   return {std::stoi(mode)};
 }
 
-/// @return the seeks that failed.
+/// @return the seeks that failed or were lost.
 size_t TestTrack(const Host& host, const MediaFile& file, const SSeekTestOptions& options, uint32_t track,
-                 Progress& progress) {
+                 uint64_t declaredMs, Progress& progress) {
   const TrackInfo& info = file.Track(track);
   // Without an index only the start can be reached, and other seeks move nothing.
   const uint64_t last = Seekable(info) ? file.Duration() : 0;
-  size_t failed = 0;
+  size_t failed = 0, lost = 0;
   file.Select(track);
   for (const int mode : Modes(options.sMode, info.nTrackType)) {
     SeekRow row(host.Json(), file.Path(), track, info, mode);
@@ -180,14 +196,30 @@ size_t TestTrack(const Host& host, const MediaFile& file, const SSeekTestOptions
       progress.Done(static_cast<double>(at) / static_cast<double>(std::max<uint64_t>(last, 1)));
       row.Add(SeekOnce(host, file, track, askedMs, mode), !options.bSummary);
     }
-    row.Summary(!options.bSummary);
+    row.Summary(!options.bSummary, declaredMs);
     failed += row.Failed();
+    lost += row.Lost(declaredMs);
   }
-  if (failed) PrintError(fmt::format("{}: track {}: {} seeks failed", file.Path(), track, failed));
+  if (failed) PrintError(fmt::format("{}: track {}: {} seek{} failed", file.Path(), track, failed, Plural(failed)));
+  if (lost) {
+    PrintError(fmt::format("{}: track {}: {} seek{} before its declared end gave nothing", file.Path(), track, lost,
+                           Plural(lost)));
+  }
   if (!Seekable(info)) {
     PrintError(fmt::format("{}: track {} has no index: only its start can be reached", file.Path(), track));
   }
-  return failed + (Seekable(info) ? 0 : 1);
+  return failed + lost + (Seekable(info) ? 0 : 1);
+}
+
+/// By the streams' headers, in the order of the tracks.
+std::vector<uint64_t> DeclaredMs(const std::string& path) {
+  FileSource source(path, false);
+  std::vector<uint64_t> declared;
+  for (const SStreamHeader& header : MapFile(source, path, {.bResync = false, .bEntries = false}).streams) {
+    constexpr double kMostSeconds = 1e9;
+    declared.push_back(static_cast<uint64_t>(std::min(header.DeclaredSeconds().value_or(0), kMostSeconds) * 1000));
+  }
+  return declared;
 }
 
 int RunSeekTest(const Host& host, const SSeekTestOptions& options, const std::string& path, Progress& progress) {
@@ -197,10 +229,11 @@ int RunSeekTest(const Host& host, const SSeekTestOptions& options, const std::st
     fmt::print("{}\n", Shown(path));
     if (!options.bSummary) fmt::print("track mode  asked         reached        reads     bytes\n");
   }
+  const std::vector<uint64_t> declared = DeclaredMs(path);
   size_t failed = 0;
   for (const uint32_t track : PlayedTracks(file, {})) {
     if (file.Track(track).nTrackType == AVI_TRACK_TEXT) continue;  // seeks leave it where it is
-    failed += TestTrack(host, file, options, track, progress);
+    failed += TestTrack(host, file, options, track, track < declared.size() ? declared[track] : 0, progress);
   }
   return failed ? kExitFindings : kExitFine;
 }
