@@ -103,6 +103,13 @@ AVRational FrameRate(const SStreamFacts& facts) {
   return rate;
 }
 
+/// Without the sign, of which the library makes a number without one.
+int HeightOf(const SStreamFacts& facts) {
+  const int32_t declared = facts.pHeader->Height();
+  const bool topDown = declared < 0 && declared > std::numeric_limits<int32_t>::min();
+  return topDown ? -declared : static_cast<int>(facts.pInfo->video.nHeight);
+}
+
 SStreamParameters VideoParameters(const SStreamFacts& facts, EContainer container, AvParameters codec) {
   const SStreamHeader& header = *facts.pHeader;
   const FourCC fourcc = header.Compression();
@@ -112,7 +119,7 @@ SStreamParameters VideoParameters(const SStreamFacts& facts, EContainer containe
   codec->codec_id = VideoId(facts, tag);
   codec->codec_tag = tag;
   codec->width = static_cast<int>(facts.pInfo->video.nWidth);
-  codec->height = static_cast<int>(facts.pInfo->video.nHeight);
+  codec->height = HeightOf(facts);
   if (header.format.size() >= 16) codec->bits_per_coded_sample = header.format[14] | header.format[15] << 8;
   const Bytes extra = VideoExtra(facts, codec.get(), container);
   SetExtra(codec.get(), extra);
