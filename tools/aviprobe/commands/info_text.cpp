@@ -12,6 +12,7 @@
 namespace {
 
 constexpr size_t kShownBytes = 64;
+constexpr size_t kBitmapHeaderBytes = 40;
 
 /// Whole milliseconds as a clock shows them.
 std::string Clock(double ms) { return ClockText(static_cast<uint64_t>(std::min(ms, 1e15) + 0.5)); }
@@ -51,8 +52,10 @@ std::string FormatText(const SInfoTrack& track) {
   const SStreamHeader& header = *track.pHeader;
   if (header.IsAudio()) return fmt::format("tag 0x{:04X}; {}", header.FormatTag(), library);
   if (header.IsVideo()) {
-    return fmt::format("FourCC \"{}\", handler \"{}\"; {}", Printable(header.Compression().Text()),
-                       Printable(header.handler.Text()), library);
+    const std::string format = header.Compression() == FourCC() && header.format.size() >= kBitmapHeaderBytes
+                                   ? "uncompressed RGB (BI_RGB)"
+                                   : fmt::format("FourCC \"{}\"", Printable(header.Compression().Text()));
+    return fmt::format("{}, handler \"{}\"; {}", format, Printable(header.handler.Text()), library);
   }
   return fmt::format("stream of kind \"{}\"; {}", Printable(header.kind.Text()), library);
 }
@@ -98,7 +101,11 @@ std::string KeysText(const SInfoTrack& track) {
   const SKeyFrames& keys = *track.keys;
   std::string text = fmt::format("{} of {} frames by the index", keys.nKeys, keys.nEntries);
   if (keys.nKeys < 2) return text;
-  text += fmt::format(", {} to {} frames apart, {:.1f} on average", keys.nShortest, keys.nLongest, keys.dAverage);
+  if (keys.nShortest == keys.nLongest) {
+    text += keys.nLongest == 1 ? ", every frame" : fmt::format(", every {} frames", keys.nLongest);
+  } else {
+    text += fmt::format(", {} to {} frames apart, {:.1f} on average", keys.nShortest, keys.nLongest, keys.dAverage);
+  }
   const StreamClock clock(*track.pHeader);
   if (clock.Runs()) text += fmt::format(", at the most {}", Clock(clock.Ms(keys.nLongest, 0)));
   return text;
