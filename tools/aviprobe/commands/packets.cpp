@@ -5,6 +5,7 @@
 
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/host/isolation.h"
+#include "tools/aviprobe/model/file_map.h"
 #include "tools/aviprobe/model/playback.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/names.h"
@@ -22,10 +23,22 @@ struct SPacketsOptions {
   std::string sOrder = "track";  ///< "track": as they are played; "file": merged by position
 };
 
+/// Chunks without bytes of each stream, as stand for pictures that do not change.
+std::vector<uint64_t> CountEmptyFrames(const std::string& path) {
+  FileSource source(path, false);
+  const SFileMap map = MapFile(source, path, {.bEntries = false});
+  std::vector<uint64_t> counts(map.streams.size());
+  for (const SChunk& chunk : map.chunks) {
+    const bool empty = chunk.bData && chunk.nSize == 0 && chunk.nStream >= 0;
+    if (empty && static_cast<size_t>(chunk.nStream) < counts.size()) ++counts[static_cast<size_t>(chunk.nStream)];
+  }
+  return counts;
+}
+
 class Printer {
  public:
   Printer(const Host& host, const SPacketsOptions& options, const std::string& path)
-      : m_bJson(host.Json()), m_Options(options), m_sPath(path) {
+      : m_bJson(host.Json()), m_Options(options), m_sPath(path), m_EmptyFrames(CountEmptyFrames(path)) {
     // One file's records need not say whose they are: the total does.
     if (m_bJson && options.files.size() > 1) m_sOfFile = fmt::format(R"(,"file":{})", Quoted(path));
     if (m_bJson) return;
@@ -92,6 +105,10 @@ class Printer {
     fmt::print("\n");
   }
 
+  uint64_t EmptyFrames(const STrackPlayback& track) const {
+    return track.nTrack < m_EmptyFrames.size() ? m_EmptyFrames[track.nTrack] : 0;
+  }
+
   void JsonTrack(const STrackPlayback& track) const {
     Json json = {{"record", "track"},
                  {"track", track.nTrack},
@@ -101,6 +118,7 @@ class Printer {
                  {"units", track.nUnits},
                  {"bytes", track.nBytes},
                  {"empty_reads", track.nEmptyReads},
+                 {"empty_frames", EmptyFrames(track)},
                  {"first_ms", track.nUnits ? Json(track.nFirstMs) : Json()},
                  {"last_ms", track.nUnits ? Json(track.nLastMs) : Json()},
                  {"end", EndingName(track.ending)},
@@ -116,7 +134,7 @@ class Printer {
     fmt::print("track {}: {}, {}: {} units, {} bytes", track.nTrack, TrackTypeName(track.info.nTrackType),
                CodecName(track.info.nTrackType, track.info.nCodecId), track.nUnits, track.nBytes);
     if (track.nUnits) fmt::print(", {} to {} ms", track.nFirstMs, track.nLastMs);
-    fmt::print(", {} empty reads", track.nEmptyReads);
+    fmt::print(", {} empty reads, {} empty frames in the file", track.nEmptyReads, EmptyFrames(track));
     if (m_Options.bHash) fmt::print(", hash {:016x}", track.nHash);
     if (track.nGrown) fmt::print(", needs a buffer of {} bytes", track.nGrown);
     if (track.ending != Ending::kEndOfTrack) fmt::print(", {}", EndingName(track.ending));
@@ -127,6 +145,7 @@ class Printer {
   const SPacketsOptions& m_Options;
   std::string m_sPath;
   std::string m_sOfFile;
+  std::vector<uint64_t> m_EmptyFrames;  // by track
 };
 
 struct SPlaced {
