@@ -93,8 +93,20 @@ class Printer {
                gap.bResynced ? "skipped, no chunk; a chunk was found behind it" : "left over, no chunk");
   }
 
+  /// Entries of the index that a chunk is; 0 of any other chunk.
+  size_t Entries(size_t number) const {
+    if (m_Map.idx1 && static_cast<size_t>(*m_Map.idx1) == number) return m_Map.legacy.size();
+    const SChunk& chunk = m_Map.Chunk(number);
+    for (const SChunkIndex& index : m_Map.chunkIndexes) {
+      if (index.nOffset == chunk.nOffset) return index.nRead;
+    }
+    return 0;
+  }
+
   void PrintFields(size_t number) const {
+    size_t entries = 0;
     for (const SField& field : DecodeFields(m_Source, m_Map, number)) {
+      entries += field.sName.starts_with("aIndex[");
       if (m_bJson) {
         PrintJsonLine({{"record", "field"},
                        {"offset", field.nOffset},
@@ -106,6 +118,10 @@ class Printer {
         fmt::print("{:>12} {:>11}  {:{}}. {} = {}{}{}\n", field.nOffset, "", "", 2 * m_Map.Chunk(number).nDepth + 2,
                    field.sName, field.sRaw, field.sMeaning.empty() ? "" : "  ", field.sMeaning);
       }
+    }
+    if (m_bJson || entries == 0) return;
+    if (const size_t all = Entries(number); all > entries) {
+      fmt::print("{:>24}  {:{}}. and {} more entries\n", "", "", 2 * m_Map.Chunk(number).nDepth + 2, all - entries);
     }
   }
 
