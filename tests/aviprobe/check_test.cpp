@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <set>
 
 #include "tests/aviprobe/run_tool.h"
@@ -455,7 +456,67 @@ TEST_P(BrokenFile, HasNoOtherFault) {
   EXPECT_EQ(found, expected) << Text(findings);
 }
 
+/// The commands that advice names, "aviprobe" left out.
+std::vector<std::string> CommandsIn(const std::string& advice) {
+  static const std::regex kCommand("aviprobe ((remux \\S+( --ignore-index)? -o OUT.avi)|([a-z]+ (--[a-z]+ )?\\S+))");
+  std::vector<std::string> commands;
+  for (std::sregex_iterator at(advice.begin(), advice.end(), kCommand), end; at != end; ++at)
+    commands.push_back((*at)[1]);
+  return commands;
+}
+
+bool KnowsIgnoreIndex() {
+  static const bool knows = RunTool("--help").sOutput.find("--ignore-index") != std::string::npos;
+  return knows;
+}
+
+TEST_P(BrokenFile, AdvisesCommandsThatWork) {
+  const TempFolder folder;
+  const std::string path = folder.Write("broken.avi", GetParam().make().bytes);
+  std::set<std::string> commands;
+  for (const SFinding& finding : CheckFile(path)) {
+    for (const std::string& command : CommandsIn(finding.sAdvice)) commands.insert(command);
+  }
+  for (std::string command : commands) {
+    EXPECT_NE(command.find(path), std::string::npos) << command;
+    if (const size_t out = command.find("OUT.avi"); out != std::string::npos) {
+      command.replace(out, 7, folder.Path(std::to_string(command.size()) + ".avi"));
+    }
+    // Of a tool that cannot look past an index yet the rest of the command has to work.
+    if (const size_t at = command.find(" --ignore-index"); at != std::string::npos && !KnowsIgnoreIndex()) {
+      command.erase(at, 15);
+    }
+    const SRun run = RunTool(command);
+    const bool noAvi = command.starts_with("tree");  // shows other files, too
+    const bool absent = run.sOutput.find("not built in") != std::string::npos;
+    EXPECT_TRUE(absent || run.nExit <= 1 || (noAvi && run.nExit == 3)) << run.nExit << ": " << command << "\n"
+                                                                       << run.sOutput;
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Check, BrokenFile, testing::ValuesIn(kRows), [](const auto& row) { return row.param.name; });
+
+struct SNameRow {
+  std::string name;
+  std::string path;
+  std::string shown;
+};
+void PrintTo(const SNameRow& row, std::ostream* out) { *out << row.name; }
+
+class AdviceName : public testing::TestWithParam<SNameRow> {};
+
+TEST_P(AdviceName, IsAsAShellTakesIt) {
+  EXPECT_EQ(NameFile("remux FILE -o OUT.avi", GetParam().path), "remux " + GetParam().shown + " -o OUT.avi");
+}
+
+const SNameRow kNames[] = {
+    {.name = "Plain", .path = "films/a.avi", .shown = "films/a.avi"},
+    {.name = "Space", .path = "my film.avi", .shown = "'my film.avi'"},
+    {.name = "Quote", .path = "it's.avi", .shown = "'it'\\''s.avi'"},
+    {.name = "LikeAnOption", .path = "--json", .shown = "FILE"},
+    {.name = "ControlCharacter", .path = "a\x1b.avi", .shown = "FILE"},
+};
+INSTANTIATE_TEST_SUITE_P(Check, AdviceName, testing::ValuesIn(kNames), [](const auto& row) { return row.param.name; });
 
 TEST(Check, EveryKindHasARow) {
   std::set<std::string> unseen;

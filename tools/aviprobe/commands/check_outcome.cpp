@@ -2,6 +2,7 @@
 
 #include "tools/aviprobe/commands/check_text.h"
 #include "tools/aviprobe/model/check_facts.h"
+#include "tools/aviprobe/model/findings.h"
 
 namespace {
 
@@ -35,7 +36,7 @@ Json FactsOf(const SOutcome& outcome) {
               .severity = FindingKind("library-aborts").severity,
               .sConsequence = fmt::format("the library {} while {}: a player ends with it", outcome.sHow,
                                           outcome.sStage.empty() ? "working" : outcome.sStage),
-              .sAdvice = "keep the file away from players; aviprobe remux FILE -o OUT.avi may save what is in it"},
+              .sAdvice = "keep the file away from players; " + NameFile(kAdviceNotOpened, outcome.sPath)},
              &facts);
   return facts;
 }

@@ -39,6 +39,9 @@ const SFindingKind& FindingKind(std::string_view code);
 /// "note", "warning", "error".
 const char* SeverityName(ESeverity severity);
 
+/// Advice with the file's name for FILE, as a shell takes it; a name that would need care there leaves FILE.
+std::string NameFile(std::string advice, std::string_view path);
+
 /// What is to be said of a file, by offset, those of no offset at the end; `playback` null: nothing was played
 /// (--quick, or the library ended the process). Reads the file where a bitstream has to tell whether a chunk is a key
 /// frame.

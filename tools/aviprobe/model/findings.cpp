@@ -3,7 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
+#include <cstring>
 #include <limits>
+
+#include "tools/aviprobe/text/names.h"
 
 void STally::Hit(int64_t offset) {
   nFirst = nCount == 0 ? offset : std::min(nFirst, offset);
@@ -15,6 +19,9 @@ void Findings::Add(SFinding finding) {
   const SFindingKind& kind = FindingKind(finding.pCode);
   finding.pCode = kind.pCode;
   finding.severity = kind.severity;
+  const bool refused = m_pPlayback && !m_pPlayback->bOpened;
+  if (refused && finding.sAdvice.find("aviprobe remux") != std::string::npos) finding.sAdvice = kAdviceNotOpened;
+  finding.sAdvice = NameFile(std::move(finding.sAdvice), m_Map.sPath);
   if (finding.nOffset && !finding.nTimeMs) finding.nTimeMs = m_Facts.MsAt(*finding.nOffset);
   m_Found.push_back(std::move(finding));
 }
@@ -30,6 +37,22 @@ void Findings::Add(std::string_view code, const STally& tally, std::optional<int
                    .sAdvice = advice};
   if (tally.nCount > 1) finding.nLastOffset = tally.nLast;
   Add(std::move(finding));
+}
+
+std::string NameFile(std::string advice, std::string_view path) {
+  constexpr std::string_view kFile = "FILE";
+  if (path.empty() || path[0] == '-' || Printable(path) != path) return advice;
+  std::string name(path);
+  const auto isPlain = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || std::strchr("/._-+", c); };
+  if (!std::all_of(path.begin(), path.end(), isPlain)) {
+    name = "'";
+    for (const char c : path) name += c == '\'' ? "'\\''" : std::string(1, c);
+    name += "'";
+  }
+  for (size_t at = 0; (at = advice.find(kFile, at)) != std::string::npos; at += name.size()) {
+    advice.replace(at, kFile.size(), name);
+  }
+  return advice;
 }
 
 std::vector<SFinding> Findings::Take() {
@@ -54,6 +77,18 @@ std::string TrackText(const STrackFacts& track) {
   return fmt::format("stream {}", track.nTrack);
 }
 
+namespace {
+
+std::string WhyNoAvi(const SFileMap& map) {
+  if (map.nSize == 0) return "the file is empty";
+  const bool riff = !map.chunks.empty() && map.chunks[0].nOffset == 0 && map.chunks[0].bList;
+  if (!riff) return "the file does not begin with RIFF and AVI";
+  return fmt::format("the file begins with {} and \"{}\", not with RIFF and AVI", Printable(map.chunks[0].id.Text()),
+                     Printable(map.chunks[0].type.Text()));
+}
+
+}  // namespace
+
 std::vector<SFinding> Check(const SFileMap& map, const SPlayback* playback, FileSource& source) {
   const FileFacts facts(map, playback);
   Findings findings(map, playback, facts);
@@ -61,8 +96,8 @@ std::vector<SFinding> Check(const SFileMap& map, const SPlayback* playback, File
     findings.Add(
         {.pCode = "not-an-avi",
          .nOffset = 0,
-         .sConsequence = "nothing plays: the file does not begin with RIFF and AVI",
-         .sAdvice = "file FILE tells what it is; aviprobe tree --resync FILE, whether an AVI begins further on"});
+         .sConsequence = "nothing plays: " + WhyNoAvi(map),
+         .sAdvice = "file FILE tells what it is; aviprobe tree --resync FILE shows whether an AVI begins further on"});
     return findings.Take();
   }
   CheckStructure(&findings);

@@ -30,7 +30,8 @@ class Findings {
   const SPlayback* Playback() const { return m_pPlayback; }
   const FileFacts& Facts() const { return m_Facts; }
 
-  /// Severity and, where there is an offset but no time, the time are filled in.
+  /// Severity and, where there is an offset but no time, the time are filled in. Advice names the file where it says
+  /// FILE, and no remux where the library does not open the file.
   void Add(SFinding finding);
   /// Nothing when nothing was counted.
   void Add(std::string_view code, const STally& tally, std::optional<int> track, const std::string& consequence,
@@ -65,6 +66,11 @@ std::string TrackText(const STrackFacts& track);
 
 constexpr const char* kAdviceRemux =
     "aviprobe remux FILE -o OUT.avi writes what is there into a healthy file with a new index";
+/// Where the index leaves data out: what the library finds by it is not all.
+constexpr const char* kAdviceIgnoreIndex =
+    "aviprobe remux FILE --ignore-index -o OUT.avi writes all that is there, with a new index";
+constexpr const char* kAdviceNotOpened =
+    "this player cannot open it, so no remux mends it; aviprobe tree --resync FILE shows what can still be found";
 constexpr const char* kAdviceResync = "aviprobe tree --resync FILE shows what can still be found behind it";
 constexpr const char* kAdviceFields = "aviprobe tree --fields FILE shows what the headers say";
 constexpr const char* kAdviceSource = "get the file from its source again: what is missing is nowhere in it";

@@ -72,7 +72,7 @@ class IndexCheck {
       return m_Findings.Add({.pCode = "index-zero",
                              .nOffset = at,
                              .sConsequence = "the index is empty: seeking jumps to the start only",
-                             .sAdvice = kAdviceIndex});
+                             .sAdvice = kAdviceIgnoreIndex});
     }
     m_Findings.Add({.pCode = "index-missing",
                     .sConsequence = "there is no index: seeking jumps to the start only",
@@ -93,17 +93,17 @@ class IndexCheck {
   void Report() {
     m_Findings.Add("index-zero", m_Zero, {},
                    CountText(m_Zero.nCount, "entry") + " of zeros: seeking there shows nothing, or playback ends",
-                   kAdviceIndex);
+                   kAdviceIgnoreIndex);
     m_Findings.Add("index-past-end", m_PastEnd, {},
                    CountText(m_PastEnd.nCount, "entry") + " for data that are not in the file: playback ends there",
-                   kAdviceIndex);
+                   kAdviceIgnoreIndex);
     m_Findings.Add("index-mismatch", m_Mismatch, {},
                    CountText(m_Mismatch.nCount, "entry") +
                        " of another place, size or track than the chunk: players show garbage there, or stop",
-                   kAdviceIndex);
+                   kAdviceIgnoreIndex);
     m_Findings.Add("index-mismatch", m_Disorder, {},
                    CountText(m_Disorder.nCount, "entry") + " out of order: playback jumps back, or repeats",
-                   kAdviceIndex);
+                   kAdviceIgnoreIndex);
   }
 
   std::vector<bool> Named() const {
@@ -131,7 +131,7 @@ class IndexCheck {
             ? fmt::format("{} at the end not in the index: the {} stops at {}", CountText(left.nCount, "chunk"),
                           TrackText(track), ShareText(track.MsBefore(lastNamed), track.present.nMs))
             : fmt::format("{} not in the index: the {} jumps there", CountText(left.nCount, "chunk"), TrackText(track)),
-        kAdviceIndex);
+        kAdviceIgnoreIndex);
   }
 
   int64_t LastNamedOffset(const STrackFacts& track, size_t lastNamed) const {

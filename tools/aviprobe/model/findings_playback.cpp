@@ -33,6 +33,11 @@ void CheckCodec(const STrackFacts& track, Findings* findings) {
                  .sAdvice = "encode the track with a codec that the library knows"});
 }
 
+/// An index may be what leaves the data out.
+std::string RemuxAdvice(const Findings& findings) {
+  return findings.Facts().Entries().empty() ? kAdviceRemux : kAdviceIgnoreIndex;
+}
+
 bool IsEnded(const STrackPlayback& played) {
   return played.ending == Ending::kEndOfTrack || played.ending == Ending::kStopped;
 }
@@ -47,7 +52,7 @@ void CheckEnding(const STrackFacts& track, Findings* findings) {
                    .nTimeMs = at,
                    .nTrack = track.nTrack,
                    .sConsequence = fmt::format("the library {} at {}", how, ShareText(at, track.present.nMs)),
-                   .sAdvice = kAdviceRemux};
+                   .sAdvice = RemuxAdvice(*findings)};
   if (!played.units.empty() && played.units.back().nPosition >= 0) finding.nOffset = played.units.back().nPosition;
   findings->Add(std::move(finding));
 }
@@ -87,7 +92,7 @@ void CheckLoss(const STrackFacts& track, Findings* findings) {
       .sConsequence = early ? fmt::format("the {} stops at {}", TrackText(track), ShareText(at, track.present.nMs))
                             : fmt::format("{:.1f} s of {} are left out on the way", static_cast<double>(lost) / 1000,
                                           TrackText(track)),
-      .sAdvice = "aviprobe compare FILE shows what is left out; " + std::string(kAdviceRemux)};
+      .sAdvice = "aviprobe packets FILE lists what arrives; " + RemuxAdvice(*findings)};
   if (early) finding.nTimeMs = static_cast<uint32_t>(at);
   const auto& units = track.pPlayed->units;
   if (early && !units.empty() && units.back().nPosition >= 0) finding.nOffset = units.back().nPosition;
@@ -130,7 +135,7 @@ void CheckPlayback(Findings* findings) {
     return findings->Add({.pCode = "library-refuses",
                           .nOffset = 0,
                           .sConsequence = "nothing plays: the library answers " + StatusText(playback->nOpenStatus),
-                          .sAdvice = kAdviceRemux});
+                          .sAdvice = kAdviceNotOpened});
   }
   for (const STrackFacts& track : findings->Facts().Tracks()) {
     if (!track.pPlayed) continue;

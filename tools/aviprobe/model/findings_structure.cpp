@@ -88,7 +88,7 @@ class StructureCheck {
     m_Findings.Add("size-zero", m_SizeZero, {},
                    CountText(m_SizeZero.nCount, "chunk") +
                        " of size 0: players that go by the size find nothing in it and do not open the file",
-                   kAdviceRemux);
+                   m_Findings.Playback() ? kAdviceRemux : kAdviceResync);
     m_Findings.Add("chunk-overrun", m_Overrun, {},
                    CountText(m_Overrun.nCount, "chunk") +
                        " longer than the list around it: players stop there or skip what follows",
