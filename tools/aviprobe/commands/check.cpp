@@ -9,6 +9,7 @@
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/model/check_facts.h"
+#include "tools/aviprobe/text/shown.h"
 
 namespace {
 
@@ -39,6 +40,16 @@ int CheckOne(const Host* host, const SCheckOptions& options, const std::string& 
   facts = CheckFacts(map, &playback, Check(map, &playback, source));
   progress.Tell(kCheckFacts, facts);
   return CheckExit(facts, options.bStrict);
+}
+
+/// Tells why a file cannot be read, too.
+int CheckOrTell(const Host* host, const SCheckOptions& options, const std::string& path, Progress& progress) {
+  try {
+    return CheckOne(host, options, path, progress);
+  } catch (const HostError& error) {
+    progress.Tell(kCheckTrouble, Shown(error.what()));  // bytes that are no UTF-8 do not go into JSON
+    throw;
+  }
 }
 
 class Report {
@@ -72,7 +83,7 @@ int RunCheck(const SHostOptions& host, const SCheckOptions& options) {
   if (!options.bQuick) player.emplace(host);
   Report report(host, options);
   const auto work = [&](const std::string& path, Progress& progress) {
-    return CheckOne(player ? &*player : nullptr, options, path, progress);
+    return CheckOrTell(player ? &*player : nullptr, options, path, progress);
   };
   // As many at a time as are wanted, so that what is known comes out as the work goes on.
   for (size_t at = 0; at < options.files.size();) {

@@ -1,6 +1,5 @@
 #include "tools/aviprobe/commands/check_outcome.h"
 
-#include "tools/aviprobe/commands/check_text.h"
 #include "tools/aviprobe/model/check_facts.h"
 #include "tools/aviprobe/model/findings.h"
 
@@ -30,6 +29,15 @@ int CheckExit(const Json& facts, bool strict) {
 Json FactsOf(const SOutcome& outcome) {
   const bool told = outcome.told.contains(kCheckFacts);
   Json facts = told ? outcome.told[kCheckFacts] : UnreadableFacts(outcome.sPath);
+  if (outcome.nExit == kExitUnreadable && outcome.told.contains(kCheckTrouble)) {
+    AddFinding({.pCode = "unreadable",
+                .severity = FindingKind("unreadable").severity,
+                .sConsequence = outcome.told[kCheckTrouble].get<std::string>(),
+                .sAdvice = "see whether the file is there, may be read and is whole on its medium"},
+               &facts);
+    facts["verdict"] = kUnreadable;
+  }
+  facts["gave_up"] = outcome.bGaveUp;
   if (!outcome.bGaveUp) return facts;
   if (!told) facts["verdict"] = "errors";
   AddFinding({.pCode = "library-aborts",

@@ -9,6 +9,9 @@
 /// The name under which a child tells what CheckFacts() made.
 constexpr const char* kCheckFacts = "check";
 
+/// The name under which a child tells why a file cannot be read.
+constexpr const char* kCheckTrouble = "trouble";
+
 /// The exit code of a file with such facts. @param strict  notes count, too.
 int CheckExit(const Json& facts, bool strict);
 

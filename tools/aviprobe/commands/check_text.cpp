@@ -37,10 +37,13 @@ void PrintFinding(const Json& finding) {
              finding["code"].get<std::string>(), OrDash(finding["offset"]), ClockOrDash(finding["time_ms"]),
              OrDash(finding["track"]), Shown(finding["consequence"].get<std::string>()),
              count > 1 ? fmt::format(" (the last at {})", OrDash(finding["last_offset"])) : "");
-  fmt::print("{:9}{}\n", "", finding["advice"].get<std::string>());
+  fmt::print("{:9}{}\n", "", Shown(finding["advice"].get<std::string>()));
 }
 
 std::string VerdictText(const Json& facts) {
+  if (facts["verdict"] == kUnreadable && !facts["findings"].empty()) {
+    return fmt::format("unreadable, {}", Shown(facts["findings"].back()["consequence"].get<std::string>()));
+  }
   if (facts["verdict"] == kUnreadable) return "not an AVI file, or not readable";
   if (facts["verdict"] == "fine") {
     return fmt::format("fine, {}, {}{}", ClockText(facts["expected_ms"].get<uint64_t>()),
@@ -49,6 +52,10 @@ std::string VerdictText(const Json& facts) {
   if (facts["delivered_ms"].is_null()) return CountsText(facts) + "; not played";
   return fmt::format("{}; plays {} of {}", CountsText(facts), ClockText(facts["delivered_ms"].get<uint64_t>()),
                      ClockText(facts["expected_ms"].get<uint64_t>()));
+}
+
+std::string VerdictName(const Json& facts) {
+  return facts["gave_up"] == true ? "library aborts" : facts["verdict"].get<std::string>();
 }
 
 struct STotal {
@@ -86,12 +93,12 @@ void PrintCheckJson(const Json& facts) {
 }
 
 void PrintTotalText(const std::vector<Json>& files) {
-  fmt::print("\n{:<10} {:>6} {:>8} {:>5}  {:>12}  {:>12}  file\n", "verdict", "errors", "warnings", "notes", "plays",
+  fmt::print("\n{:<14} {:>6} {:>8} {:>5}  {:>12}  {:>12}  file\n", "verdict", "errors", "warnings", "notes", "plays",
              "of");
   for (const Json& facts : files) {
-    fmt::print("{:<10} {:>6} {:>8} {:>5}  {:>12}  {:>12}  {}\n", facts["verdict"].get<std::string>(),
-               CountOf(facts, "errors"), CountOf(facts, "warnings"), CountOf(facts, "notes"),
-               ClockOrDash(facts["delivered_ms"]), ClockOrDash(facts["expected_ms"]), NameOf(facts));
+    fmt::print("{:<14} {:>6} {:>8} {:>5}  {:>12}  {:>12}  {}\n", VerdictName(facts), CountOf(facts, "errors"),
+               CountOf(facts, "warnings"), CountOf(facts, "notes"), ClockOrDash(facts["delivered_ms"]),
+               ClockOrDash(facts["expected_ms"]), NameOf(facts));
   }
   const STotal total = Sum(files);
   fmt::print("{}: {} fine, {} unreadable; {}, {}, {}\n", CountText(files.size(), "file"), total.nFine,

@@ -8,9 +8,6 @@
 
 // What `check` prints, from the facts that CheckFacts() made.
 
-/// The verdict on a file that could not be read at all, or is no AVI.
-constexpr const char* kUnreadable = "unreadable";
-
 /// A line per finding with its advice below, and one of the whole file.
 void PrintCheckText(const Json& facts);
 /// A record `finding` each, and `file_check`.

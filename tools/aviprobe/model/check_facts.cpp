@@ -90,6 +90,7 @@ Json CheckFacts(const SFileMap& map, const SPlayback* playback, std::span<const 
                 {"findings", Json::array()},
                 {"tracks", Json::array()}};
   for (const SFinding& finding : findings) AddFinding(finding, &facts);
+  if (!map.IsAvi()) facts["verdict"] = kUnreadable;
   for (const STrackFacts& track : file.Tracks()) facts["tracks"].push_back(TrackFactsJson(track));
   return facts;
 }

@@ -15,6 +15,9 @@ Json FindingFacts(const SFinding& finding);
 /// declared, indexed, present and delivered. @param playback  null: nothing was played.
 Json CheckFacts(const SFileMap& map, const SPlayback* playback, std::span<const SFinding> findings);
 
+/// The verdict on a file that could not be read at all, or is no AVI.
+constexpr const char* kUnreadable = "unreadable";
+
 /// Adds a finding to such facts, and counts it: for what is learnt only after the library ended the process.
 void AddFinding(const SFinding& finding, Json* facts);
 

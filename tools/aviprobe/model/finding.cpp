@@ -11,6 +11,7 @@ constexpr auto kError = ESeverity::kError;
 
 // An error costs what the viewer came for; a warning costs seeking, a moment or another player; a note nothing here.
 constexpr SFindingKind kKinds[] = {
+    {"unreadable", kError, "the file cannot be read"},
     {"not-an-avi", kError, "the file does not begin as an AVI file does"},
     {"header-missing", kError, "a header or list that every player needs is not there"},
     {"riff-truncated", kError, "the file ends before what it announces"},
@@ -26,7 +27,11 @@ constexpr SFindingKind kKinds[] = {
     {"orphan-chunks", kWarning, "data of a stream that has no header"},
     {"header-length-differs", kWarning, "the length in a header is not that of the data"},
     {"rate-zero", kError, "a stream's rate or scale is 0"},
-    {"codec-unknown", kWarning, "the library has no codec for a stream"},
+    {"height-top-down", kWarning, "a negative height, of which the library makes a large one"},
+    {"no-track", kError, "the library opens the file and finds nothing in it to play"},
+    {"stream-not-played", kWarning, "a stream that the library does not know as picture, sound or text"},
+    {"second-picture", kNote, "a further picture, which the library only describes"},
+    {"codec-unknown", kWarning, "the library has no codec for a stream, or no use for what its format says"},
     {"index-missing", kWarning, "there is no index"},
     {"index-short", kWarning, "chunks are not in the index"},
     {"index-zero", kWarning, "an index that is empty, or entries of zeros"},
@@ -40,12 +45,14 @@ constexpr SFindingKind kKinds[] = {
     {"audio-drift", kWarning, "sound and picture run at different speeds"},
     {"audio-short", kWarning, "the sound ends before the picture"},
     {"video-short", kNote, "the picture ends before the sound"},
+    {"audio-clock", kWarning, "the library's times of the sound run at another speed than its header's"},
     {"gap", kWarning, "a stretch of time without any picture or sound of a track"},
     {"interleave-far", kWarning, "sound and picture of one moment lie far apart in the file"},
     {"chunk-over-buffer", kWarning, "a chunk is larger than the buffer of a usual player"},
     {"buffer-size-small", kNote, "a chunk is larger than the buffer size that its header suggests"},
     {"library-refuses", kError, "the library does not open the file"},
     {"track-failed", kError, "the library ends a track with an error"},
+    {"delivered-garbage", kError, "the library delivers bytes that are no unit of the track"},
     {"delivered-less-than-present", kError, "the library delivers less of a track than the file holds"},
     {"library-aborts", kError, "the library ends the player's process, or never comes back"},
 };

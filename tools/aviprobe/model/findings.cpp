@@ -106,6 +106,6 @@ std::vector<SFinding> Check(const SFileMap& map, const SPlayback* playback, File
   CheckKeys(source, &findings);
   CheckStreams(&findings);
   CheckSync(&findings);
-  CheckPlayback(&findings);
+  CheckPlayback(source, &findings);
   return findings.Take();
 }

@@ -53,7 +53,7 @@ void CheckIndex(Findings* findings);
 void CheckKeys(FileSource& source, Findings* findings);
 void CheckStreams(Findings* findings);
 void CheckSync(Findings* findings);
-void CheckPlayback(Findings* findings);
+void CheckPlayback(FileSource& source, Findings* findings);
 
 // For their texts.
 

@@ -1,10 +1,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "tools/aviprobe/model/findings.h"
 #include "tools/aviprobe/text/names.h"
 #include "zu_parser_avi/codec_ids.h"
+#include "zu_parser_avi/status.h"
 
 // What the library delivers against what is in the file.
 
@@ -13,6 +15,9 @@ namespace {
 constexpr uint32_t kGapMs = 1000;  // a picture that stands still that long is seen, a silence heard
 constexpr uint64_t kLossMs = 200;  // the end of sound that is no whole frame is dropped as a rule
 constexpr uint32_t kNarrowedBits = 16;
+constexpr uint64_t kClockSlackMs = 500, kClockSlackShare = 5;
+constexpr uint64_t kGarbageAtLeast = 2;
+constexpr uint64_t kGarbageShare = 100;  // 1/100
 
 bool IsUnknown(const TrackInfo& info) {
   if (info.nTrackType == AVI_TRACK_VIDEO) return info.nCodecId == AVI_CODEC_UNKNOWN_VIDEO;
@@ -20,10 +25,57 @@ bool IsUnknown(const TrackInfo& info) {
   return std::string_view(CodecName(info.nTrackType, info.nCodecId)) == "unknown";
 }
 
+/// Sound that the library takes for PCM without a reason, or can make nothing of.
+void CheckPcm(const STrackFacts& track, Findings* findings) {
+  const SStreamHeader& header = *track.pHeader;
+  if (!header.IsAudio()) return;
+  const uint16_t tag = header.FormatTag();
+  constexpr uint16_t kPcmTag = 1, kFloatTag = 3, kExtensibleTag = 0xFFFE;
+  const bool guessed =
+      track.pPlayed->info.nCodecId == AVI_CODEC_PCM && tag != kPcmTag && tag != kFloatTag && tag != kExtensibleTag;
+  const bool silent = header.Channels() == 0 || header.SamplesPerSec() == 0;
+  if (!guessed && !silent) return;
+  findings->Add({.pCode = "codec-unknown",
+                 .nOffset = *header.nStrfOffset - kChunkHeaderBytes,
+                 .nTrack = track.nTrack,
+                 .sConsequence = silent
+                                     ? fmt::format("the format states {} channels at {} Hz: no sound",
+                                                   header.Channels(), header.SamplesPerSec())
+                                     : fmt::format("format 0x{:04X} is unknown and played as PCM: noise is heard", tag),
+                 .sAdvice = kAdviceFields});
+}
+
+/// A stream that the library has no track for.
+void CheckNotPlayed(const STrackFacts& track, Findings* findings) {
+  const SStreamHeader& header = *track.pHeader;
+  if (!header.nStrhOffset) return;
+  SFinding finding{.pCode = header.IsVideo() ? "second-picture" : "stream-not-played",
+                   .nOffset = *header.nStrhOffset - kChunkHeaderBytes,
+                   .nTrack = track.nTrack,
+                   .sConsequence = header.IsVideo() ? std::string("of several pictures the first is played")
+                                                    : fmt::format("a stream of type \"{}\" is not played",
+                                                                  Printable(header.kind.Text())),
+                   .sAdvice = kAdviceFields};
+  findings->Add(std::move(finding));
+}
+
+void CheckHeight(const STrackFacts& track, Findings* findings) {
+  const SStreamHeader& header = *track.pHeader;
+  if (!header.IsVideo() || !header.nStrfOffset || header.Height() >= 0) return;
+  findings->Add({.pCode = "height-top-down",
+                 .nOffset = *header.nStrfOffset - kChunkHeaderBytes,
+                 .nTrack = track.nTrack,
+                 .sConsequence = fmt::format("the height is {}: this player reports a picture of {} lines",
+                                             header.Height(), track.pPlayed->info.video.nHeight),
+                 .sAdvice = kAdviceFields});
+}
+
 void CheckCodec(const STrackFacts& track, Findings* findings) {
   const SStreamHeader& header = *track.pHeader;
   if (!(header.IsVideo() || header.IsAudio()) || !header.nStrfOffset) return;
-  if (!track.pPlayed || !IsUnknown(track.pPlayed->info)) return;
+  if (!track.pPlayed) return;
+  CheckPcm(track, findings);
+  if (!IsUnknown(track.pPlayed->info)) return;
   const std::string name = header.IsVideo() ? fmt::format("\"{}\"", Printable(header.Compression().Text()))
                                             : fmt::format("0x{:04X}", header.FormatTag());
   findings->Add({.pCode = "codec-unknown",
@@ -99,6 +151,63 @@ void CheckLoss(const STrackFacts& track, Findings* findings) {
   findings->Add(std::move(finding));
 }
 
+/// Sound that is all there, with times that are not its header's.
+void CheckClock(const STrackFacts& track, Findings* findings) {
+  const STrackPlayback& played = *track.pPlayed;
+  if (!track.pHeader->IsAudio() || !IsEnded(played) || played.units.size() < 2) return;
+  const uint64_t there = track.present.nMs, timed = track.DeliveredMs();
+  if (there == 0 || LostMs(track) > kLossMs) return;
+  const uint64_t off = there > timed ? there - timed : timed - there;
+  if (off <= kClockSlackMs || off <= there / kClockSlackShare) return;
+  findings->Add({.pCode = "audio-clock",
+                 .nOffset = *track.pHeader->nStrhOffset - kChunkHeaderBytes,
+                 .nTrack = track.nTrack,
+                 .sConsequence = fmt::format(
+                     "this player's sound times run at {} speed: {} for {} of sound",
+                     std::llabs(static_cast<int64_t>(2 * timed) - static_cast<int64_t>(there)) <
+                             static_cast<int64_t>(there / kClockSlackShare)
+                         ? "half"
+                         : fmt::format("{:.2f} of the", static_cast<double>(timed) / static_cast<double>(there)),
+                     ClockText(timed), ClockText(there)),
+                 .sAdvice = "compare the format's byte rate with the stream's; " + std::string(kAdviceFields)});
+}
+
+/// Whether each unit is read as one, from the start of a chunk's data.
+bool ReadsWholeChunks(const STrackFacts& track) {
+  const uint32_t codec = track.pPlayed->info.nCodecId;
+  if (track.pHeader->IsVideo()) return codec != AVI_CODEC_MPEG12;
+  return track.pHeader->IsAudio() && codec == AVI_CODEC_PCM;
+}
+
+/// Whether a chunk of the track stands there, known to the map or hidden from it by damage.
+bool IsChunkData(const STrackFacts& track, int64_t position, const Findings& findings, FileSource& source) {
+  const SChunk* chunk = findings.Map().ChunkAt(position - kChunkHeaderBytes);
+  if (chunk) return chunk->bData && chunk->nStream == track.nTrack;
+  uint8_t id[2] = {};
+  uint64_t length = sizeof id;
+  if (position < kChunkHeaderBytes) return false;
+  if (source.ReadAt(position - kChunkHeaderBytes, id, &length) == AVI_IO_ERROR) throw source.ParseError();
+  return length == sizeof id && fmt::format("{:02}", track.nTrack) == std::string_view(reinterpret_cast<char*>(id), 2);
+}
+
+void CheckGarbage(const STrackFacts& track, FileSource& source, Findings* findings) {
+  if (!ReadsWholeChunks(track)) return;
+  STally wrong;
+  uint64_t read = 0;
+  for (const SPlayedUnit& unit : track.pPlayed->units) {
+    if (unit.nPosition < 0) continue;
+    ++read;
+    if (!IsChunkData(track, unit.nPosition, *findings, source)) wrong.Hit(unit.nPosition);
+  }
+  if (wrong.nCount < kGarbageAtLeast || wrong.nCount * kGarbageShare <= read) return;
+  const bool video = track.pHeader->IsVideo();
+  findings->Add(
+      "delivered-garbage", wrong, track.nTrack,
+      fmt::format("{} of {} {} delivered are not what the file holds: {}", wrong.nCount, read,
+                  video ? "pictures" : "pieces of sound", video ? "the picture shows rubbish" : "noise is heard"),
+      kAdviceIgnoreIndex);
+}
+
 /// Where the times of a track's units jump.
 void CheckGap(const STrackFacts& track, Findings* findings) {
   const auto& units = track.pPlayed->units;
@@ -128,7 +237,7 @@ void CheckGap(const STrackFacts& track, Findings* findings) {
 
 }  // namespace
 
-void CheckPlayback(Findings* findings) {
+void CheckPlayback(FileSource& source, Findings* findings) {
   const SPlayback* playback = findings->Playback();
   if (!playback) return;
   if (!playback->bOpened) {
@@ -137,10 +246,22 @@ void CheckPlayback(Findings* findings) {
                           .sConsequence = "nothing plays: the library answers " + StatusText(playback->nOpenStatus),
                           .sAdvice = kAdviceNotOpened});
   }
+  if (playback->tracks.empty()) {
+    findings->Add({.pCode = "no-track",
+                   .nOffset = 0,
+                   .sConsequence = "nothing plays: the library finds no picture, sound or text",
+                   .sAdvice = kAdviceFields});
+  }
   for (const STrackFacts& track : findings->Facts().Tracks()) {
-    if (!track.pPlayed) continue;
+    if (!track.pPlayed) {
+      CheckNotPlayed(track, findings);
+      continue;
+    }
+    CheckHeight(track, findings);
+    CheckClock(track, findings);
     CheckCodec(track, findings);
     CheckEnding(track, findings);
+    CheckGarbage(track, source, findings);
     CheckLoss(track, findings);
     CheckGap(track, findings);
   }
