@@ -609,6 +609,57 @@ TEST(Check, TellsWhenAndWhatAViewerMeets) {
       << Text(findings);
 }
 
+struct STextRow {
+  std::string name;
+  std::function<Bytes()> make;
+  std::string code;
+  ESeverity severity;
+  std::string consequence;  ///< part of it
+};
+void PrintTo(const STextRow& row, std::ostream* out) { *out << row.name; }
+
+class Consequence : public testing::TestWithParam<STextRow> {};
+
+TEST_P(Consequence, IsWhatAViewerMeets) {
+  const TempFolder folder;
+  FileSource source(folder.Write("broken.avi", GetParam().make()), false);
+  const SFileMap map = MapFile(source, folder.Path("broken.avi"));
+  static const Host host(OwnLibrary());
+  // A list too short for its type ends the library's process.
+  std::optional<SPlayback> playback;
+  if (GetParam().code != std::string("list-broken")) playback = Play(host, map.sPath);
+  const std::vector<SFinding> findings = Check(map, playback ? &*playback : nullptr, source);
+  const bool said = std::any_of(findings.begin(), findings.end(), [](const SFinding& finding) {
+    return finding.pCode == GetParam().code && finding.severity == GetParam().severity &&
+           finding.sConsequence.find(GetParam().consequence) != std::string::npos;
+  });
+  EXPECT_TRUE(said) << Text(findings);
+}
+
+const STextRow kTexts[] = {
+    {.name = "SoundOfRateZeroHasTimes",
+     .make = [] { return InHeader("strh", 1, 24, Le32(0)).bytes; },
+     .code = "rate-zero",
+     .severity = ESeverity::kWarning,
+     .consequence = "this one plays to 00:00:0"},
+    {.name = "ListTooShortForItsType",
+     .make = [] { return Put(Good().Find("movi") - 4, Le32(1), {}).bytes; },
+     .code = "list-broken",
+     .severity = ESeverity::kWarning,
+     .consequence = "size 1 cannot be"},
+    {.name = "DataListEndsEarly",
+     .make =
+         [] {
+           const AviFile file = Good();
+           const size_t movi = file.Find("movi");
+           return Put(movi - 4, Le32(file.chunks[100] - movi), {}).bytes;
+         },
+     .code = "sync-lost",
+     .severity = ESeverity::kError,
+     .consequence = "stops at 00:00:02.000 of 00:00:04.000"},
+};
+INSTANTIATE_TEST_SUITE_P(Check, Consequence, testing::ValuesIn(kTexts), [](const auto& row) { return row.param.name; });
+
 TEST(Check, GoodFilesHaveNoFinding) {
   const TempFolder folder;
   const std::vector<SFinding> legacy = CheckFile(folder.Write("good.avi", Good().bytes));

@@ -15,10 +15,10 @@ void STally::Hit(int64_t offset) {
   ++nCount;
 }
 
-void Findings::Add(SFinding finding) {
+void Findings::Add(SFinding finding, std::optional<ESeverity> severity) {
   const SFindingKind& kind = FindingKind(finding.pCode);
   finding.pCode = kind.pCode;
-  finding.severity = kind.severity;
+  finding.severity = severity.value_or(kind.severity);
   const bool refused = m_pPlayback && !m_pPlayback->bOpened;
   if (refused && finding.sAdvice.find("aviprobe remux") != std::string::npos) finding.sAdvice = kAdviceNotOpened;
   finding.sAdvice = NameFile(std::move(finding.sAdvice), m_Map.sPath);

@@ -30,9 +30,9 @@ class Findings {
   const SPlayback* Playback() const { return m_pPlayback; }
   const FileFacts& Facts() const { return m_Facts; }
 
-  /// Severity and, where there is an offset but no time, the time are filled in. Advice names the file where it says
-  /// FILE, and no remux where the library does not open the file.
-  void Add(SFinding finding);
+  /// Severity, that of the code unless given, and, where there is an offset but no time, the time are filled in. Advice
+  /// names the file where it says FILE, and no remux where the library does not open the file.
+  void Add(SFinding finding, std::optional<ESeverity> severity = {});
   /// Nothing when nothing was counted.
   void Add(std::string_view code, const STally& tally, std::optional<int> track, const std::string& consequence,
            const std::string& advice);

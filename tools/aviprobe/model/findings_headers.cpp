@@ -22,7 +22,9 @@ void CheckMissing(Findings* findings) {
   };
   if (!map.main) missing("there is no main header (avih)", 0);
   if (map.streams.empty()) missing("no stream is described (strl)", 0);
-  if (map.movis.empty()) missing("there is no list with data (movi)", 0);
+  const bool broken =
+      std::any_of(map.marks.begin(), map.marks.end(), [](const SMarked& m) { return m.mark.mark == EMark::kNoType; });
+  if (map.movis.empty() && !broken) missing("there is no list with data (movi)", 0);
   for (size_t i = 0; i < map.streams.size(); ++i) {
     const SStreamHeader& stream = map.streams[i];
     if (!stream.nStrhOffset) missing(fmt::format("stream {} has no header (strh)", i), stream.nListOffset);
@@ -91,13 +93,19 @@ void CheckRate(const STrackFacts& track, Findings* findings) {
   const SStreamHeader& header = *track.pHeader;
   if (!header.nStrhOffset || !(header.IsVideo() || header.IsAudio())) return;
   if (header.nScale != 0 && header.nRate != 0) return;
-  findings->Add({.pCode = "rate-zero",
-                 .nOffset = *header.nStrhOffset - kChunkHeaderBytes,
-                 .nTrack = track.nTrack,
-                 .sConsequence = fmt::format("{} {} of {} is 0: its {} has no times, all of it comes at once",
-                                             header.nScale == 0 ? "the scale" : "the rate", "in the header",
-                                             fmt::format("stream {}", track.nTrack), TrackText(track)),
-                 .sAdvice = kAdviceFields});
+  // Of sound the library counts by the format's bytes per second, if it can.
+  const bool timed = header.IsAudio() && track.DeliveredMs() > 0;
+  const std::string what = timed
+                               ? fmt::format("players that go by it have no times; this one plays to {} by the format",
+                                             ClockText(track.DeliveredMs()))
+                               : fmt::format("its {} has no times, all of it comes at once", TrackText(track));
+  SFinding finding{.pCode = "rate-zero",
+                   .nOffset = *header.nStrhOffset - kChunkHeaderBytes,
+                   .nTrack = track.nTrack,
+                   .sConsequence = fmt::format("{} {} of {} is 0: {}", header.nScale == 0 ? "the scale" : "the rate",
+                                               "in the header", fmt::format("stream {}", track.nTrack), what),
+                   .sAdvice = kAdviceFields};
+  findings->Add(std::move(finding), timed ? std::optional(ESeverity::kWarning) : std::nullopt);
 }
 
 }  // namespace

@@ -50,6 +50,8 @@ class StructureCheck {
     const std::vector<SMark> marks = m_Map.MarksOf(number);
     if (Has(marks, EMark::kWrongSize)) {
       m_SyncLost.Hit(chunk.nOffset);
+      // A list is followed to where it says that it ends.
+      LostAt(chunk.bList ? std::max(chunk.End(), chunk.DataOffset()) : chunk.nOffset);
     } else if (Has(marks, EMark::kPastFile)) {
       if (IsCutWithParent(chunk)) return;
       (IsOpenEnded(chunk) ? m_Truncated : m_Overrun).Hit(chunk.nOffset);
@@ -58,6 +60,7 @@ class StructureCheck {
       m_Overrun.Hit(chunk.nOffset);
     }
     if (Has(marks, EMark::kEmpty) && !MayBeEmpty(chunk)) m_SizeZero.Hit(chunk.nOffset);
+    if (Has(marks, EMark::kNoType) && m_BrokenList.nCount == 0) m_nNoType = chunk.nSize;
     if (Has(marks, EMark::kNoType) || Has(marks, EMark::kTooDeep)) m_BrokenList.Hit(chunk.nOffset);
     if (Has(marks, EMark::kNoPad)) m_NoPad.Hit(chunk.nOffset);
     const bool unknown = Has(marks, EMark::kBadId) || Has(marks, EMark::kUnknownId) || Has(marks, EMark::kMisplacedId);
@@ -71,7 +74,10 @@ class StructureCheck {
     if (toTheEnd && m_Truncated.nCount > 0 && left.nBytes < kChunkHeaderBytes + 4) return;
     const bool harmless = left.bResynced || left.nBytes < kChunkHeaderBytes;
     (harmless ? m_Garbage : m_SyncLost).Hit(left.nOffset);
+    if (!harmless) LostAt(left.nOffset);
   }
+
+  void LostAt(int64_t offset) { m_nLostAt = std::min(m_nLostAt.value_or(offset), offset); }
 
   void Report() {
     const FileFacts& facts = m_Findings.Facts();
@@ -93,7 +99,13 @@ class StructureCheck {
                    CountText(m_Overrun.nCount, "chunk") +
                        " longer than the list around it: players stop there or skip what follows",
                    kAdviceResync);
-    m_Findings.Add("list-broken", m_BrokenList, {}, "what the list holds is not found by any player", kAdviceResync);
+    m_Findings.Add("list-broken", m_BrokenList, {},
+                   m_nNoType > 0
+                       ? fmt::format("size {} cannot be: a list has 4 bytes for its type at least, and what it "
+                                     "holds is not found by any player",
+                                     m_nNoType)
+                       : "what the list holds is not found by any player",
+                   kAdviceResync);
     m_Findings.Add("no-pad", m_NoPad, {},
                    CountText(m_NoPad.nCount, "odd chunk") +
                        " without a pad byte: players that expect it lose their place without an index",
@@ -102,7 +114,7 @@ class StructureCheck {
         "garbage", m_Garbage, {},
         CountText(m_Garbage.nCount, "place") + " with bytes between chunks: a player without an index may stop there",
         kAdviceRemux);
-    const std::optional<uint32_t> lostAt = m_SyncLost.nCount ? facts.MsAt(m_SyncLost.nFirst) : std::nullopt;
+    const std::optional<uint32_t> lostAt = m_nLostAt ? facts.MsAt(*m_nLostAt) : std::nullopt;
     m_Findings.Add("sync-lost", m_SyncLost, {},
                    lostAt ? fmt::format("a player that reads on without an index stops at {}",
                                         ShareText(*lostAt, facts.ExpectedMs()))
@@ -118,6 +130,8 @@ class StructureCheck {
   const SFileMap& m_Map;
   STally m_Truncated, m_SizeZero, m_Overrun, m_BrokenList, m_NoPad, m_Garbage, m_SyncLost, m_Trailing, m_UnknownId;
   int64_t m_nMissing = 0;
+  uint32_t m_nNoType = 0;              // size of the first list without room for its type
+  std::optional<int64_t> m_nLostAt{};  // where a walk by the sizes loses its way first
 };
 
 }  // namespace
