@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
 #include <memory>
 
 #include "tools/aviprobe/commands/commands.h"
@@ -21,7 +22,7 @@ struct SLayoutOptions {
   bool bSummary = false;
 };
 
-uint64_t Whole(double value) { return static_cast<uint64_t>(std::min(value, 1e15) + 0.5); }
+uint64_t Whole(double value) { return static_cast<uint64_t>(std::llround(std::clamp(value, 0.0, 1e15))); }
 
 std::string Clock(double ms) { return ClockText(Whole(ms)); }
 
