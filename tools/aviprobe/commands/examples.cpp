@@ -51,8 +51,9 @@ std::string ExamplesOf(std::string_view command) {
 
 void AddExamples(CLI::App& app) {
   for (CLI::App* command : app.get_subcommands({})) {
-    const std::string before = command->get_footer();
+    std::string footer = command->get_footer();
     const std::string examples = ExamplesOf(command->get_name());
-    command->footer(before.empty() || examples.empty() ? before + examples : before + "\n\n" + examples);
+    if (!footer.empty() && !examples.empty()) footer += "\n\n";
+    command->footer(footer += examples);
   }
 }

@@ -1,12 +1,15 @@
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cmath>
+
 #include "tools/aviprobe/commands/info_facts.h"
 #include "tools/aviprobe/text/names.h"
 
 namespace {
 
 /// Whole milliseconds or bits per second.
-Json Rounded(const std::optional<double>& value) { return value ? Json(static_cast<uint64_t>(*value + 0.5)) : Json(); }
+Json Rounded(const std::optional<double>& value) { return value ? Json(std::llround(std::min(*value, 1e15))) : Json(); }
 
 void AddTypeFields(const SInfoTrack& track, Json* json) {
   const TrackInfo& info = track.info;

@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <span>
 
@@ -15,7 +16,7 @@ constexpr size_t kShownBytes = 64;
 constexpr size_t kBitmapHeaderBytes = 40;
 
 /// Whole milliseconds as a clock shows them.
-std::string Clock(double ms) { return ClockText(static_cast<uint64_t>(std::min(ms, 1e15) + 0.5)); }
+std::string Clock(double ms) { return ClockText(static_cast<uint64_t>(std::llround(std::min(ms, 1e15)))); }
 
 std::string Clock(const std::optional<double>& ms) { return ms ? Clock(*ms) : "unknown"; }
 
@@ -35,7 +36,7 @@ std::string RateText(const SStreamHeader& header) {
 
 std::string PictureText(const SInfoTrack& track) {
   const TrackInfo::Video& video = track.info.video;
-  const std::string library = fmt::format("{}x{}", video.nWidth, video.nHeight);
+  std::string library = fmt::format("{}x{}", video.nWidth, video.nHeight);
   if (!track.pHeader) return library;
   const int64_t width = track.pHeader->Width(), height = track.pHeader->Height();
   std::string text = fmt::format("{}x{}", width, std::abs(height));
@@ -45,9 +46,9 @@ std::string PictureText(const SInfoTrack& track) {
 }
 
 std::string FormatText(const SInfoTrack& track) {
-  const std::string library = track.info.nTrackType == AVI_TRACK_NONE
-                                  ? "not described by the library"
-                                  : fmt::format("the library calls it {} ({})", track.sCodec, track.info.nCodecId);
+  std::string library = track.info.nTrackType == AVI_TRACK_NONE
+                            ? "not described by the library"
+                            : fmt::format("the library calls it {} ({})", track.sCodec, track.info.nCodecId);
   if (!track.pHeader) return library;
   const SStreamHeader& header = *track.pHeader;
   if (header.IsAudio()) return fmt::format("tag 0x{:04X}; {}", header.FormatTag(), library);

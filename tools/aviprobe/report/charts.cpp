@@ -15,7 +15,7 @@ constexpr size_t kMarks = 200;  // findings marked at most
 
 /// The classes that style.css has for tracks; all else is from this tool itself.
 std::string Kind(const Json& record) {
-  const std::string kind = TextOf(record, "kind");
+  std::string kind = TextOf(record, "kind");
   for (const char* known : {"video", "audio", "text", "header", "index", "junk", "lost"}) {
     if (kind == known) return kind;
   }
