@@ -30,6 +30,7 @@ set(DOXYGEN_HAVE_DOT NO)
 set(DOXYGEN_CLASS_GRAPH NO)
 set(DOXYGEN_HTML_TIMESTAMP NO)
 set(DOXYGEN_GENERATE_LATEX NO)
+set(DOXYGEN_EXCLUDE_PATTERNS */stream_types.h)  # classes between the file and codec_ids.h: no host needs them
 doxygen_add_docs(zu_docs include/zu_parser_avi docs/host-contract.md ${ZU_DOCS_ALL})
 
 if(ZU_DOCS)

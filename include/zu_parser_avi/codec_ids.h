@@ -3,6 +3,9 @@
 
 #include <stdint.h>
 
+/// @file
+/// Codec numbers.
+
 /// Values of `TrackInfo::nCodecId`, the host's numbering. They come from the format in the stream's header: the FourCC
 /// of a video stream, the WAVEFORMATEX tag or the sub-format GUID of an audio stream. What the units hold is not looked
 /// at, but for telling E-AC-3 from AC-3.
@@ -12,7 +15,8 @@ enum : uint32_t {
 
   // Video. A unit is one chunk of the file, normally one picture, unless said otherwise.
 
-  /// A video FourCC that the parser does not know. Text tracks have the same number: nTrackType tells them apart.
+  /// A video FourCC that the parser does not know, uncompressed pictures among them. GetVideoConfig does not tell it.
+  /// Text tracks have the same number: nTrackType tells them apart.
   AVI_CODEC_UNKNOWN_VIDEO = 100,
   /// Bitmap subtitles, DXSB and DXSA; one unit is one picture with its times.
   AVI_CODEC_TEXT = 100,
@@ -25,36 +29,49 @@ enum : uint32_t {
   AVI_CODEC_H263 = 103,
   /// ITU-T H.264 with the start codes of annex B, whatever the file has.
   AVI_CODEC_H264 = 104,
+  /// FourCC WMV1.
   AVI_CODEC_WMV1 = 106,
+  /// FourCC WMV2.
   AVI_CODEC_WMV2 = 107,
   /// SMPTE 421M, simple and main profile.
   AVI_CODEC_WMV3 = 108,
   /// SMPTE 421M, advanced profile.
   AVI_CODEC_VC1 = 109,
-  /// This and the next are not ISO/IEC 14496-2, whatever the name says; nor is DIVX3.
+  /// FourCC MP43. Like MP42 and DIVX3 not ISO/IEC 14496-2, whatever the name says.
   AVI_CODEC_MP43 = 111,
+  /// FourCC MP42. See AVI_CODEC_MP43.
   AVI_CODEC_MP42 = 112,
   /// Every unit is a JPEG image, ITU-T T.81, perhaps without its Huffman tables.
   AVI_CODEC_MJPEG = 114,
+  /// FourCCs VP60 to VP62.
   AVI_CODEC_VP6 = 115,
+  /// FourCCs VP70 to VP72.
   AVI_CODEC_VP7 = 116,
   /// RFC 6386.
   AVI_CODEC_VP8 = 117,
+  /// FourCCs DIV1, DIV3 and DIV4. See AVI_CODEC_MP43.
   AVI_CODEC_DIVX3 = 118,
+  /// FourCC MP4V. See AVI_CODEC_MPEG4, as for the next ones of that family.
   AVI_CODEC_MP4V = 120,
   /// After Open and a seek up to 11 frames in front of an intra frame are skipped.
   AVI_CODEC_THEORA = 121,
+  /// FourCC DIVX.
   AVI_CODEC_DIVX = 123,
+  /// FourCCs DX50 and DIV5.
   AVI_CODEC_DIVX5 = 124,
+  /// FourCC DXMF.
   AVI_CODEC_DXMF = 125,
+  /// FourCC XVID.
   AVI_CODEC_XVID = 126,
+  /// FourCCs VP90 and VP09.
   AVI_CODEC_VP9 = 128,
 
   // Audio. "Re-cut" sound comes in frames or blocks of the parser's making, other sound chunk by chunk.
 
   /// PCM whose byte rate is below its sample rate, which cannot be. The track is kept, nothing can play it.
   AVI_CODEC_AUDIO_DISABLED = 200,
-  /// ISO/IEC 14496-3. The AudioSpecificConfig, if the file has one, comes from GetAudioConfig.
+  /// ISO/IEC 14496-3. The AudioSpecificConfig, if the file has one, comes from GetAudioConfig. Comes chunk by chunk,
+  /// with ADTS headers or without as the file has it.
   AVI_CODEC_AAC = 201,
   /// Layer III of ISO/IEC 11172-3 and 13818-3. Re-cut to frames. GetAudioConfig has nothing and answers AVI_ERROR.
   AVI_CODEC_MP3 = 202,
@@ -62,11 +79,14 @@ enum : uint32_t {
   AVI_CODEC_AC3 = 203,
   /// ATSC A/52 annex E, found by the bsid of the track's first frame. Else as AC-3.
   AVI_CODEC_EAC3 = 204,
+  /// Tag 0x2001. Comes chunk by chunk.
   AVI_CODEC_DTS = 205,
   /// Little-endian PCM; 8 bits are unsigned. Re-cut to blocks. 24 bits arrive as 16. Unknown format tags are tried as
-  /// PCM too.
+  /// PCM too, that of floating-point samples (0x0003) among them: 32 bits may be either.
   AVI_CODEC_PCM = 206,
+  /// Tag 0x0160. Comes chunk by chunk.
   AVI_CODEC_WMA1 = 210,
+  /// Tag 0x0161. Comes chunk by chunk.
   AVI_CODEC_WMA2 = 211,
   /// Reserved by the host; no file gets it.
   AVI_CODEC_AUDIO_215 = 215,
@@ -74,10 +94,11 @@ enum : uint32_t {
   AVI_CODEC_ADPCM = 218,
   /// Layer II of ISO/IEC 11172-3 and 13818-3, else as MP3. Layer I is not found.
   AVI_CODEC_MP2 = 219,
-  /// ITU-T G.711. A-law comes chunk by chunk, mu-law in blocks as PCM does.
+  /// ITU-T G.711, A-law. Comes chunk by chunk.
   AVI_CODEC_ALAW = 220,
+  /// ITU-T G.711, mu-law. Re-cut to blocks as PCM is.
   AVI_CODEC_MULAW = 221,
-  /// Tag 0x0045.
+  /// Tag 0x0045. Comes chunk by chunk.
   AVI_CODEC_AUDIO_0045 = 222,
 };
 

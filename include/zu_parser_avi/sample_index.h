@@ -1,10 +1,12 @@
 #ifndef ZU_PARSER_AVI_SAMPLE_INDEX_H_
 #define ZU_PARSER_AVI_SAMPLE_INDEX_H_
 
+#include <stddef.h>
 #include <stdint.h>
 
-// What the library exports besides createParser and destroyParser: two helpers that work on the caller's memory alone
-// and may be called on any thread, and the log mask. Playing needs none of them.
+/// @file
+/// What the library exports besides createParser and destroyParser: two helpers that work on the caller's memory alone
+/// and may be called on any thread, and the log mask. Playing needs none of them.
 
 /// One chunk of a stream, 16 bytes.
 struct SIndexEntry {
@@ -13,15 +15,21 @@ struct SIndexEntry {
   uint32_t reserved;  ///< 0
 };
 static_assert(sizeof(SIndexEntry) == 16, "index entry");
+static_assert(offsetof(SIndexEntry, qwOffset) == 0 && offsetof(SIndexEntry, dwSize) == 8 &&
+                  offsetof(SIndexEntry, reserved) == 12,
+              "index entry");
 
 /// The chunks of one stream in file order.
 struct SIndex {
   uint32_t dwIdxNum;        ///< entries at aIdx
   SIndexEntry* aIdx;        ///< may be null although dwIdxNum is not 0, when the file's index broke off
   uint32_t dwMaxChunkSize;  ///< bytes of the largest chunk
-  // What follows is private to the parser.
-  uint32_t bOwnsEntries;  // aIdx is freed with this record; the streams of a legacy index share one table
+  uint32_t bOwnsEntries;    ///< private to the parser: aIdx is freed with this record, and no other stream has it
 };
+static_assert(sizeof(SIndex) == 24 && alignof(SIndex) == 8, "index");
+static_assert(offsetof(SIndex, dwIdxNum) == 0 && offsetof(SIndex, aIdx) == 8 &&
+                  offsetof(SIndex, dwMaxChunkSize) == 16 && offsetof(SIndex, bOwnsEntries) == 20,
+              "index");
 
 #if defined(_WIN32)
 #error "The exported names of this library follow the Itanium C++ ABI."

@@ -3,15 +3,16 @@
 
 #include <stdint.h>
 
-// Results of the parser's operations and of the host's byte source. C++11, no dependencies.
-//
-//   who answers               values
-//   IParser::Open             AVI_OK, AVI_OPEN_FAILED
-//   IParser::Get...Data       AVI_OK, AVI_END_OF_STREAM, AVI_IO_ERROR, AVI_OUT_OF_MEMORY, AVI_TOO_MANY_EMPTY_CHUNKS
-//   IParser::GetAudioConfig   AVI_OK, AVI_ERROR
-//   IDataSource::ReadAt       0 or more, AVI_SOURCE_WOULD_BLOCK, any other negative value
-//
-// Every other operation answers 0 whatever happened.
+/// @file
+/// Results of the parser's operations and of the host's byte source.
+///
+///     who answers               values
+///     IParser::Open             AVI_OK, AVI_OPEN_FAILED
+///     IParser::Get...Data       AVI_OK, AVI_END_OF_STREAM, AVI_IO_ERROR, AVI_OUT_OF_MEMORY
+///     IParser::GetAudioConfig   AVI_OK, AVI_ERROR
+///     IDataSource::ReadAt       0 or more, AVI_SOURCE_WOULD_BLOCK, any other negative value
+///
+/// Every other operation answers 0 whatever happened. A host that meets another value gives the track up.
 
 /// Success. A data operation may give it with a length of 0: nothing yet, ask again (see IParser).
 constexpr int AVI_OK = 0;
@@ -27,14 +28,15 @@ constexpr int AVI_EAGAIN = 11;
 /// reads it again. Without one the position may be lost, and the track then ends.
 constexpr int AVI_IO_ERROR = -1004;
 
-/// A stream without an index has 1000 chunks of size 0 in a row. There is nothing to wait for: treat it as the end.
+/// A search for a stream's next chunk met 1000 of size 0. Internal: the host gets AVI_END_OF_STREAM instead.
 constexpr int AVI_TOO_MANY_EMPTY_CHUNKS = -1007;
 
 /// A buffer that the track cannot do without could not be allocated. Re-cut sound (MPEG audio, AC-3, E-AC-3, PCM,
-/// mu-law) gets its buffer in Open and stays silent; MPEG-1/2 video tries again with every call. Other tracks play.
+/// mu-law) asks for its buffer with the first unit and stays silent until another Open; MPEG-1/2 video tries again with
+/// every call. Other tracks play.
 constexpr int AVI_OUT_OF_MEMORY = -1009;
 
-/// Towards the host: the end of a track, or a unit above the host's buffer, which looks the same.
+/// Towards the host: the end of a track, or a unit above the host's buffer, or one without a byte, which look the same.
 /// From `IDataSource::ReadAt`: no more data. It counts as a failed read there, not as an orderly end.
 constexpr int AVI_END_OF_STREAM = -1011;
 

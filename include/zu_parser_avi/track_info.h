@@ -4,12 +4,16 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/// @file
+/// The record that describes a track.
+
 /// Values of `TrackInfo::nTrackType`, which tells the member of the union that counts.
-///   AVI_TRACK_NONE   a stream that is neither video nor audio; the whole record is 0.
-///   AVI_TRACK_VIDEO  `video`. Only one is delivered, as IParser::GetVideoData says; others are only described.
-///   AVI_TRACK_AUDIO  `audio`.
-///   AVI_TRACK_TEXT   `text`: a video stream by its header that carries bitmap subtitles.
-enum : uint32_t { AVI_TRACK_NONE = 0, AVI_TRACK_VIDEO = 1, AVI_TRACK_AUDIO = 2, AVI_TRACK_TEXT = 3 };
+enum : uint32_t {
+  AVI_TRACK_NONE = 0,   ///< A stream that is neither video nor audio; the whole record is 0.
+  AVI_TRACK_VIDEO = 1,  ///< `video`. Only one is delivered, as IParser::GetVideoData says; others are only described.
+  AVI_TRACK_AUDIO = 2,  ///< `audio`.
+  AVI_TRACK_TEXT = 3,   ///< `text`: a video stream by its header that carries bitmap subtitles.
+};
 
 /// What the host reads about one track: 192 bytes, in the machine's byte order, laid out for the host.
 ///
@@ -20,6 +24,7 @@ struct TrackInfo {
   uint32_t nTrackType;  ///< AVI_TRACK_...
   uint32_t nCodecId;    ///< AVI_CODEC_...
 
+  /// What counts for AVI_TRACK_VIDEO.
   struct Video {
     uint32_t nWidth;      ///< pixels, 0 to 65535: the low half of biWidth
     uint32_t nHeight;     ///< pixels, 0 to 65535: the low half of biHeight, of a negative (top-down) one too
@@ -34,19 +39,22 @@ struct TrackInfo {
     uint32_t nChannels;    ///< 0 to 65535
     uint32_t nSampleRate;  ///< Hz
     /// As declared, for WAVEFORMATEXTENSIBLE its valid bits; 0 for most compressed formats. PCM that says 24 here
-    /// arrives as 16 bits all the same: set up the output with 16.
+    /// arrives as 16 bits all the same: set up the output with 16. Samples of 24 valid bits in 4 bytes (nBlockAlign is
+    /// 4 times nChannels) are narrowed as if they had 3, and are noise.
     uint32_t nBitsPerSample;
     uint32_t nBitRate;     ///< bit/s, nAvgBytesPerSec times 8, at most 0xFFFFFFFF; a mean or a guess for VBR
     uint8_t unused24[8];   ///< 0
     uint16_t nBlockAlign;  ///< bytes of one block; that of the file's samples, so 3 per channel for 24-bit PCM
     uint16_t nExtraSize;   ///< bytes at pExtraData: cbSize, cut to what the file has
     uint8_t unused36[4];   ///< 0
-    /// What stands behind the 18 bytes of the WAVEFORMATEX; null when nExtraSize is 0. GetAudioConfig copies it out.
+    /// What stands behind the 18 bytes of the WAVEFORMATEX; null when nExtraSize is 0. GetAudioConfig is another view:
+    /// all the bytes there whatever cbSize says, the whole format for ADPCM, nothing for MPEG audio.
     const uint8_t* pExtraData;
     uint8_t unused48[16];  ///< 0
     uint32_t bSeekable;    ///< as in Video
   };
 
+  /// What counts for AVI_TRACK_TEXT.
   struct Text {
     /// 1 when the file goes with bitmap subtitles: one of its video streams is of the DIVX, DIVX3, DIVX5 or DXMF class.
     uint32_t bSubtitle;
@@ -58,34 +66,42 @@ struct TrackInfo {
 
   /// nTrackType tells which one. Unused bytes are 0.
   union {
-    Video video;
-    Audio audio;
-    Text text;
-    uint8_t bytes[184];
+    Video video;         ///< for AVI_TRACK_VIDEO
+    Audio audio;         ///< for AVI_TRACK_AUDIO
+    Text text;           ///< for AVI_TRACK_TEXT
+    uint8_t bytes[184];  ///< the size of each; not to be looked at
   };
 };
 
-// The host was compiled against these positions.
+/// @cond  The host was compiled against these positions.
 #define AVI_AT(field, pos) static_assert(offsetof(TrackInfo, field) == pos, #field)
 static_assert(sizeof(TrackInfo) == 192 && alignof(TrackInfo) == 8, "track record");
+static_assert(sizeof(TrackInfo::Video) == 20 && sizeof(TrackInfo::Audio) == 64 && sizeof(TrackInfo::Text) == 24,
+              "track record's parts");
 AVI_AT(nTrackType, 0);
 AVI_AT(nCodecId, 4);
 AVI_AT(video.nWidth, 8);
 AVI_AT(video.nHeight, 12);
+AVI_AT(video.nUnused, 16);
 AVI_AT(video.nFrameRate, 20);
 AVI_AT(video.bSeekable, 24);
 AVI_AT(audio.nChannels, 8);
 AVI_AT(audio.nSampleRate, 12);
 AVI_AT(audio.nBitsPerSample, 16);
 AVI_AT(audio.nBitRate, 20);
+AVI_AT(audio.unused24, 24);
 AVI_AT(audio.nBlockAlign, 32);
 AVI_AT(audio.nExtraSize, 34);
+AVI_AT(audio.unused36, 36);
 AVI_AT(audio.pExtraData, 40);
+AVI_AT(audio.unused48, 48);
 AVI_AT(audio.bSeekable, 64);
 AVI_AT(text.bSubtitle, 8);
 AVI_AT(text.bSubtitleAlpha, 12);
 AVI_AT(text.pSubtitleName, 16);
 AVI_AT(text.bSeekable, 24);
+AVI_AT(bytes, 8);
 #undef AVI_AT
+/// @endcond
 
 #endif  // ZU_PARSER_AVI_TRACK_INFO_H_
