@@ -3,6 +3,9 @@
 
 #include <stdint.h>
 
+/// @file
+/// The interface that a host implements.
+
 /// The host's byte source: random access to one media item. The host implements it.
 ///
 /// The parser never owns, copies or deletes a source. It keeps the pointer from `IParser::Open` to `IParser::Close` (or

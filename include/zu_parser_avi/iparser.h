@@ -67,8 +67,8 @@ enum MetaDataType : int {};
 ///   of the kind this is the answer for ever: ask only for kinds that a record describes, and give up after, say, a
 ///   thousand in a row.
 /// - AVI_END_OF_STREAM: the end, or a unit above `maxLen`, or one of which the source has no byte. Stays until a seek
-///   but for two cases: of re-cut sound a frame or block that is still held may come with the next call, and where the
-///   source had no byte the next call goes on behind it, which in a file that was cut off is the end again.
+///   but for two cases: one more unit of re-cut sound may come with the next call, and where the source had no byte the
+///   next call goes on behind it, which in a file that was cut off is the end again.
 /// - AVI_IO_ERROR: the source failed. Calling again repeats the read when the file has an index.
 /// - AVI_OUT_OF_MEMORY: give this track up; the others play on.
 class IParser {
@@ -137,7 +137,8 @@ class IParser {
   ///
   /// MPEG audio, AC-3 and E-AC-3 come frame by frame wherever the file cut them, with up to 3 stray bytes behind one; a
   /// last frame that is not all there is filled up with zeros. PCM and mu-law come in blocks, as a rule of at most
-  /// 16 KiB, which may end anywhere inside a sample; other codecs come chunk by chunk.
+  /// 16 KiB, which may end anywhere inside a sample; other codecs come chunk by chunk. Where the file's chunks are not
+  /// such frames or blocks themselves, the track's last frame, or up to a block of its PCM, stays held and never comes.
   ///
   /// PCM of 24 bits arrives as 16 bits, little-endian, the upper two bytes of each sample; the record goes on saying
   /// 24. A block that ends inside a sample is filled up with zeros. So where a file has such sound in chunks of 16 KiB
