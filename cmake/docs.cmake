@@ -16,7 +16,7 @@ set(DOXYGEN_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/docs")
 set(DOXYGEN_USE_MDFILE_AS_MAINPAGE "${PROJECT_SOURCE_DIR}/docs/host-contract.md")
 # The page links headers by their place in the project; in the HTML their names do.
 set(DOXYGEN_FILTER_PATTERNS [[*.md=sed -E 's/\[([a-z_]+\.h)\]\([^)]*\)/\1/g']])
-set(DOXYGEN_STRIP_FROM_PATH "${PROJECT_SOURCE_DIR}/include")
+set(DOXYGEN_STRIP_FROM_PATH "${PROJECT_SOURCE_DIR}/include" "${PROJECT_SOURCE_DIR}")
 set(DOXYGEN_STRIP_FROM_INC_PATH "${PROJECT_SOURCE_DIR}/include")
 set(DOXYGEN_FULL_PATH_NAMES YES)
 set(DOXYGEN_QUIET YES)
