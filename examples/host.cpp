@@ -99,7 +99,7 @@ struct Player {
       } else if (status == AVI_IO_ERROR) {
         Fail("cannot be read");  // with an index a host on a network may ask again
       } else {
-        Fail(status == AVI_TOO_MANY_EMPTY_CHUNKS ? "has empty chunks only" : "is out of memory");
+        Fail("is out of memory");  // AVI_OUT_OF_MEMORY; the other tracks play on
       }
     }
   }
