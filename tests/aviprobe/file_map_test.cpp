@@ -58,6 +58,20 @@ std::vector<fs::path> Samples() {
   return samples;
 }
 
+TEST(FileMap, StreamsAreFoundWithoutTheData) {
+  for (const fs::path& sample : Samples()) {
+    FileSource source(sample, false);
+    const SFileMap all = MapFile(source, sample);
+    const SFileMap headers = MapFile(source, sample, {.bData = false});
+    ASSERT_EQ(headers.streams.size(), all.streams.size()) << sample;
+    for (size_t i = 0; i < all.streams.size(); ++i) {
+      EXPECT_EQ(headers.streams[i].DeclaredSeconds(), all.streams[i].DeclaredSeconds()) << sample << ", stream " << i;
+    }
+    const auto isData = [](const SChunk& chunk) { return chunk.bData; };
+    EXPECT_EQ(std::count_if(headers.chunks.begin(), headers.chunks.end(), isData), 0) << sample;
+  }
+}
+
 TEST(FileMap, FindsNothingWrongWithGoodFiles) {
   ASSERT_GT(Samples().size(), 5u);
   for (const fs::path& path : Samples()) {

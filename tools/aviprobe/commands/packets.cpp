@@ -38,7 +38,7 @@ std::vector<uint64_t> CountEmptyFrames(const std::string& path) {
 class Printer {
  public:
   Printer(const Host& host, const SPacketsOptions& options, const std::string& path)
-      : m_bJson(host.Json()), m_Options(options), m_sPath(path), m_EmptyFrames(CountEmptyFrames(path)) {
+      : m_bJson(host.Json()), m_Options(options), m_sPath(path) {
     // One file's records need not say whose they are: the total does.
     if (m_bJson && options.files.size() > 1) m_sOfFile = fmt::format(R"(,"file":{})", Quoted(path));
     if (m_bJson) return;
@@ -55,7 +55,11 @@ class Printer {
     m_bJson ? JsonUnit(track, unit) : TextUnit(track, unit);
   }
 
-  void Track(const STrackPlayback& track) const { m_bJson ? JsonTrack(track) : TextTrack(track); }
+  void Track(const STrackPlayback& track) {
+    // Not before a track is played: in a long file the walk would hold up the first units.
+    if (!m_EmptyFrames) m_EmptyFrames = CountEmptyFrames(m_sPath);
+    m_bJson ? JsonTrack(track) : TextTrack(track);
+  }
 
   void Total(const SPlayback& playback, int failed) const {
     uint64_t units = 0, bytes = 0, emptyReads = 0;
@@ -106,7 +110,7 @@ class Printer {
   }
 
   uint64_t EmptyFrames(const STrackPlayback& track) const {
-    return track.nTrack < m_EmptyFrames.size() ? m_EmptyFrames[track.nTrack] : 0;
+    return track.nTrack < m_EmptyFrames->size() ? (*m_EmptyFrames)[track.nTrack] : 0;
   }
 
   void JsonTrack(const STrackPlayback& track) const {
@@ -145,7 +149,7 @@ class Printer {
   const SPacketsOptions& m_Options;
   std::string m_sPath;
   std::string m_sOfFile;
-  std::vector<uint64_t> m_EmptyFrames;  // by track
+  std::optional<std::vector<uint64_t>> m_EmptyFrames;  // by track; none yet
 };
 
 struct SPlaced {

@@ -215,7 +215,8 @@ size_t TestTrack(const Host& host, const MediaFile& file, const SSeekTestOptions
 std::vector<uint64_t> DeclaredMs(const std::string& path) {
   FileSource source(path, false);
   std::vector<uint64_t> declared;
-  for (const SStreamHeader& header : MapFile(source, path, {.bResync = false, .bEntries = false}).streams) {
+  for (const SStreamHeader& header :
+       MapFile(source, path, {.bResync = false, .bEntries = false, .bData = false}).streams) {
     constexpr double kMostSeconds = 1e9;
     declared.push_back(static_cast<uint64_t>(std::min(header.DeclaredSeconds().value_or(0), kMostSeconds) * 1000));
   }

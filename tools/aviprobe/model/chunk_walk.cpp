@@ -26,8 +26,12 @@ struct SList {
 
 class Walker {
  public:
-  Walker(FileSource& source, bool resync, SFileMap* map)
-      : m_Reader(source, kBlockBytes), m_Search(source), m_bResync(resync), m_Map(*map) {}
+  Walker(FileSource& source, const SMapOptions& options, SFileMap* map)
+      : m_Reader(source, kBlockBytes),
+        m_Search(source),
+        m_bResync(options.bResync),
+        m_bData(options.bData),
+        m_Map(*map) {}
 
   std::vector<SSuspect> Walk() {
     WalkList(0, {});
@@ -153,7 +157,7 @@ class Walker {
     m_Map.chunks.push_back(chunk);
     m_Ended.clear();
     if (!chunk.bList) return dataEnd > end && place != EPlace::kUnknown ? BehindOverlong(chunk, list) : next;
-    if (tooDeep) return next;
+    if (tooDeep || (!m_bData && chunk.type == FourCC("movi"))) return next;
     const bool openEnded = chunk.nSize == 0;
     const SList inner{.nChunk = number,
                       .nDepth = static_cast<int16_t>(list.nDepth + 1),
@@ -219,6 +223,7 @@ class Walker {
   BlockReader m_Reader;
   ChunkSearch m_Search;
   bool m_bResync;
+  bool m_bData;
   SFileMap& m_Map;
   std::vector<SList> m_Ended;  // the lists that ended behind the last chunk, innermost first
   std::vector<SSuspect> m_Suspects;
@@ -226,6 +231,6 @@ class Walker {
 
 }  // namespace
 
-std::vector<SSuspect> WalkChunks(FileSource& source, bool resync, SFileMap* map) {
-  return Walker(source, resync, map).Walk();
+std::vector<SSuspect> WalkChunks(FileSource& source, const SMapOptions& options, SFileMap* map) {
+  return Walker(source, options, map).Walk();
 }

@@ -49,7 +49,7 @@ SFileMap MapFile(FileSource& source, const std::string& path, const SMapOptions&
   SFileMap map;
   map.sPath = path;
   map.nSize = source.Size();
-  std::vector<SSuspect> suspects = WalkChunks(source, options.bResync, &map);
+  std::vector<SSuspect> suspects = WalkChunks(source, options, &map);
   ReadHeaders(source, &map);
   ReadIndexes(source, options.bEntries, &map);
   SettleSizes(std::move(suspects), &map);

@@ -170,6 +170,7 @@ struct SFileMap {
 struct SMapOptions {
   bool bResync = true;   ///< search on behind damage for the next plausible chunk
   bool bEntries = true;  ///< read the indexes' entries
+  bool bData = true;     ///< walk through the lists of data; without, a long file costs no more than a short one
 };
 
 /// Walks a file. Each byte is looked at a bounded number of times: the time follows the file's length, whatever stands
