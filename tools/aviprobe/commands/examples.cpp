@@ -33,6 +33,8 @@ constexpr SExample kExamples[] = {
     {"seektest", "film.avi", "where a seek to every 5 seconds lands, and what it makes the source read"},
     {"report", "film.avi -o film.html", "a page for a browser with findings, tracks and charts"},
     {"remux", "film.avi -o repaired.avi", "a healthy copy: the same units, new headers and index"},
+    {"remux", "--ignore-index film.avi -o repaired.avi",
+     "the same of all chunks, also those that a damaged index leaves out"},
     {"extract", "film.avi --track 0 -o film.h264", "a track's elementary stream"},
     {"extract", "film.avi --all tracks", "every track's, into a folder"},
     {"index", "film.avi --track 0", "the index entries of a track"},
