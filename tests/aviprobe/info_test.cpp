@@ -124,7 +124,11 @@ TEST(Tool, PrintsNoControlCharacterOfAFileName) {
 TEST(Tool, LeavesNoHalfReport) {
   const fs::path folder = testing::TempDir() + "report-" + std::to_string(getpid());
   fs::create_directories(folder / "there");
-  const std::string input = ZU_SAMPLES_DIR "/audio-only.avi", page = folder / "page.html";
+  const std::string input = ZU_SAMPLES_DIR "/audio-only.avi", page = folder / "page.html", film = folder / "film.avi";
+  const std::string link = folder / "link.html";
+  fs::copy_file(ZU_SAMPLES_DIR "/video-only.avi", film);
+  fs::create_symlink(film, link);
+  const auto filmBytes = fs::file_size(film);
   struct SOutputRow {
     const char* pName;
     std::string sArguments;
@@ -136,6 +140,9 @@ TEST(Tool, LeavesNoHalfReport) {
       {.pName = "no folder", .sArguments = input + " -o " + page + "/page.html", .nExit = 3},
       {.pName = "a folder", .sArguments = input + " -o " + (folder / "there").string(), .nExit = 3},
       {.pName = "over its input", .sArguments = page + " -o " + page, .nExit = 2},
+      {.pName = "over another film", .sArguments = input + " -o " + film, .nExit = 2},
+      {.pName = "over what a link leads to", .sArguments = input + " -o " + link, .nExit = 2},
+      {.pName = "over the second input", .sArguments = input + " " + link + " -o " + film, .nExit = 2},
       {.pName = "no library",
        .sArguments = "--library /dev/null " + input + " -o " + (folder / "no.html").string(),
        .nExit = 3},
@@ -147,7 +154,8 @@ TEST(Tool, LeavesNoHalfReport) {
   }
   std::set<std::string> left;
   for (const auto& entry : fs::recursive_directory_iterator(folder)) left.insert(entry.path().filename());
-  EXPECT_EQ(left, (std::set<std::string>{"page.html", "there"}));
+  EXPECT_EQ(left, (std::set<std::string>{"film.avi", "link.html", "page.html", "there"}));
+  EXPECT_EQ(fs::file_size(film), filmBytes);
   EXPECT_GT(fs::file_size(page), 10000u);
   fs::remove_all(folder);
 }

@@ -15,7 +15,7 @@ import urllib.error
 import urllib.request
 
 VERDICTS = {"fine": "Nothing is wrong", "notes": "Plays well, with notes", "warnings": "Plays, with faults",
-            "errors": "Damaged"}
+            "errors": "Damaged", "unreadable": "Cannot be read"}
 GAVE_UP = "The library gave up on this file"
 SCHEMES = {"light": "rgb(253, 253, 252)", "dark": "rgb(20, 23, 26)"}
 WIDTHS = (380, 1280)
@@ -31,6 +31,7 @@ return [...document.querySelectorAll('section.file[id^=file]')].map((section) =>
   delivered: Object.fromEntries([...section.querySelectorAll('tr[data-track]')].map(
       (row) => [row.dataset.track, text(row.querySelector('[data-fact=delivered]'))])),
   charts: [...section.querySelectorAll('svg.picture')].map((svg) => svg.getAttribute('aria-label')),
+  why: text(section.querySelector('.lede')),
   empty: [...section.querySelectorAll('svg.picture .plot')].filter((plot) => !plot.querySelector('path[d]:not([d=""])')).length,
 }));
 """
@@ -60,7 +61,19 @@ while (walker.nextNode()) {
   if (value < worst.contrast) worst = {contrast: value, text: walker.currentNode.data.trim()};
 }
 const root = document.documentElement;
-return {background: getComputedStyle(document.body).backgroundColor, worst,
+const cut = [], overlapping = [];
+for (const chart of document.querySelectorAll('svg.picture')) {
+  let end = -1;
+  for (const label of chart.querySelectorAll('text')) {
+    const box = label.getBoundingClientRect();
+    if (!box.width) continue;
+    if (box.left < 0 || box.right > root.clientWidth) cut.push(label.textContent);
+    if (!label.classList.contains('mid')) continue;
+    if (box.left < end) overlapping.push(label.textContent);
+    end = box.right;
+  }
+}
+return {background: getComputedStyle(document.body).backgroundColor, worst, cut, overlapping,
         overflow: Math.max(root.scrollWidth, document.body.scrollWidth) - root.clientWidth};
 """
 
@@ -168,6 +181,11 @@ def check_content(checks, name, shown, facts, stated):
         checks.equal(f"{where}: codes", section["codes"], [finding["code"] for finding in check["findings"]][:100])
         delivered = {str(track["track"]): track["delivered"] and track["delivered"]["units"] for track in check["tracks"]}
         checks.equal(f"{where}: delivered", {track: digits(text) for track, text in section["delivered"].items()}, delivered)
+        if check["verdict"] == "unreadable":
+            why = check["findings"][0]["consequence"].removeprefix(f"{check['file']}: ")
+            checks.equal(f"{where}: why it cannot be read", section["why"], why)
+            checks.equal(f"{where}: charts of what cannot be read", section["charts"], [])
+            continue
         checks.true(f"{where}: charts are there and named", section["charts"] and all(section["charts"]))
         checks.equal(f"{where}: charts without a line", section["empty"], 0)
 
@@ -208,6 +226,8 @@ def main():
                     looks = browser.run(READ_LOOKS)
                     checks.equal(f"{where}: background", looks["background"], background)
                     checks.equal(f"{where}: pixels too wide", max(0, looks["overflow"]), 0)
+                    checks.equal(f"{where}: labels that are cut off", looks["cut"], [])
+                    checks.equal(f"{where}: values on top of each other", looks["overlapping"], [])
                     checks.true(f"{where}: contrast of {looks['worst']}", looks["worst"]["contrast"] >= LEAST_CONTRAST)
             check_zoom(checks, browser, page.stem)
             checks.equal(f"{page.stem}: console", browser.messages(), [])

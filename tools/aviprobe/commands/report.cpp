@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
+#include <fstream>
+#include <string_view>
 
 #include "tools/aviprobe/commands/check_outcome.h"
 #include "tools/aviprobe/commands/commands.h"
@@ -32,7 +34,10 @@ class Inspection {
     m_Series["byte_map"] = ByteMapSeries(map);
     m_Progress.Tell("headers", HeaderDetails(m_Source, map));
     TellCheck(map, nullptr);
-    if (!map.IsAvi()) return kExitUnreadable;
+    if (!map.IsAvi()) {
+      PrintError(m_sPath + ": not an AVI file");
+      return kExitUnreadable;
+    }
     const SPlayback playback = Play(m_Host, m_sPath, Watched());
     AddPlaybackSeries(FileFacts(map, &playback), &m_Series);
     m_Progress.Stage("comparing");
@@ -69,6 +74,14 @@ class Inspection {
   Json m_Series = Json::object();
 };
 
+/// Tells why a file cannot be read, too.
+int Inspect(const Host& host, const std::string& path, Progress& progress) try {
+  return Inspection(host, path, progress).Run();
+} catch (const HostError& error) {
+  progress.Tell(kCheckTrouble, Shown(error.what()));
+  throw;
+}
+
 /// All that the page needs of one file.
 Json FileRecord(const SOutcome& outcome) {
   Json file = {{"file", Shown(outcome.sPath)}, {"exit", outcome.nExit}};
@@ -83,12 +96,33 @@ Json FileRecord(const SOutcome& outcome) {
   return file;
 }
 
+/// An older page is written over, but nothing that may be a film: `report -o *.avi` gives the first one as the page.
+bool BeginsAsAvi(const std::string& path) {
+  std::error_code ignored;
+  if (!std::filesystem::is_regular_file(path, ignored)) return false;
+  char begin[4] = {};
+  std::ifstream(path, std::ios::binary).read(begin, sizeof begin);
+  return std::string_view(begin, sizeof begin) == "RIFF";
+}
+
+void CheckNotAFilm(const SReportOptions& options) {
+  for (const std::string& file : options.files) {
+    std::error_code ignored;
+    if (std::filesystem::equivalent(options.sOutput, file, ignored)) {
+      throw CLI::ValidationError("--output", options.sOutput + " is a file that is read");
+    }
+  }
+  if (BeginsAsAvi(options.sOutput)) {
+    throw CLI::ValidationError("--output", options.sOutput + " begins as an AVI file does: give the page another name");
+  }
+}
+
 int RunReport(const SHostOptions& hostOptions, const SReportOptions& options) {
   const Host host(hostOptions);
   CheckWritable(options.sOutput);
   const std::vector<SOutcome> outcomes =
       ForEachFile(hostOptions, {}, options.files,
-                  [&](const std::string& path, Progress& progress) { return Inspection(host, path, progress).Run(); });
+                  [&](const std::string& path, Progress& progress) { return Inspect(host, path, progress); });
   Json files = Json::array();
   for (const SOutcome& outcome : outcomes) files.push_back(FileRecord(outcome));
   WriteWhole(options.sOutput, ReportPage(files));
@@ -103,12 +137,7 @@ void AddReport(CLI::App& app, Command& command) {
   report->add_option("FILE", options->files, "AVI files")->required();
   report->add_option("-o,--output", options->sOutput, "The page")->type_name("HTML")->required();
   report->callback([=, &command] {
-    for (const std::string& file : options->files) {
-      std::error_code ignored;
-      if (std::filesystem::equivalent(options->sOutput, file, ignored)) {
-        throw CLI::ValidationError("--output", options->sOutput + " is a file that is read");
-      }
-    }
+    CheckNotAFilm(*options);
     command = [=](const SHostOptions& host) { return RunReport(host, *options); };
   });
 }

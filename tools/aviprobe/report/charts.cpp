@@ -12,6 +12,7 @@ constexpr double kLane = 24;    // height of a lane with the space to the next o
 constexpr double kBar = 14;     // of what stands in it
 constexpr size_t kLanes = 12;   // drawn at most; a file may declare any number of tracks
 constexpr size_t kMarks = 200;  // findings marked at most
+constexpr size_t kStems = 200;  // more of them would be one block
 
 /// The classes that style.css has for tracks; all else is from this tool itself.
 std::string Kind(const Json& record) {
@@ -83,9 +84,10 @@ SRange ValueRange(const Json& lines, double least) {
     }
   }
   if (high - low <= 0) high = low + 1;
-  const double step =
-      Ticks({low, high}, 4).size() > 1 ? Ticks({low, high}, 4)[1] - Ticks({low, high}, 4)[0] : high - low;
-  return {std::floor(low / step) * step, std::ceil(high / step) * step};
+  const std::vector<double> ticks = Ticks({low, high}, 4);
+  const double step = ticks.size() > 1 ? ticks[1] - ticks[0] : high - low;
+  // A little below 0 is no reason for a whole step there.
+  return {std::floor(low / step * 4) * step / 4, std::ceil(high / step) * step};
 }
 
 std::string Path(const Plot& plot, const Json& points, SRange range, EDraw draw) {
@@ -188,11 +190,12 @@ std::string LineChart(const Json& series, double end, const SLineChart& chart, c
   const SRange range = ValueRange(lines, chart.nLeast);
   Plot plot(chart.pTitle + Spoken(lines, unit), key, chart.bTime ? EAxis::kTime : EAxis::kBytes, {0, end}, 150);
   plot.ValueAxis(range, unit);
+  const EDraw draw = chart.draw == EDraw::kStems && points > kStems ? EDraw::kSteps : chart.draw;
   for (size_t i = 0; i < count; ++i) {
     const Json& linePoints = ListOf(lines[i], "points");
     if (linePoints.empty()) continue;
-    plot.Inside(
-        fmt::format(R"(<path class="line {}" d="{}"/>)", Kind(lines[i]), Path(plot, linePoints, range, chart.draw)));
+    plot.Inside(fmt::format(R"(<path class="line {}{}" d="{}"/>)", draw == EDraw::kStems ? "thick " : "",
+                            Kind(lines[i]), Path(plot, linePoints, range, draw)));
     // One row of stems is what the heading says already.
     if (chart.draw == EDraw::kStems && count == 1) continue;
     plot.LineName(plot.Y(linePoints.back()[1].get<double>(), range), TextOf(lines[i], "name"), Kind(lines[i]));

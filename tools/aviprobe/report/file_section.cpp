@@ -27,6 +27,12 @@ std::string Fact(const char* name, const std::string& value) {
   return value.empty() ? std::string() : fmt::format("<div><dt>{}</dt><dd>{}</dd></div>", name, EscapeHtml(value));
 }
 
+/// What a finding means to a viewer, without the file's name, which stands above.
+std::string Consequence(const Json& file, const Json& finding) {
+  const std::string text = TextOf(finding, "consequence"), name = TextOf(file, "file") + ": ";
+  return text.starts_with(name) ? text.substr(name.size()) : text;
+}
+
 /// What is delivered of what should be.
 std::string Plays(const Json& check) {
   if (!Has(check, "delivered_ms")) return "not at all";
@@ -52,14 +58,19 @@ std::string GaveUp(const Json& file) {
                      EscapeHtml(TextOf(file, "gave_up")), EscapeHtml(TextOf(file, "stage")));
 }
 
+std::string Lede(const Json& file) {
+  const std::string worst = WorstText(file);
+  return worst.empty() ? worst : fmt::format(R"(<p class="lede">{}</p>)", EscapeHtml(worst));
+}
+
 std::string Head(const Json& file, size_t number) {
   const Json& check = file["check"];
   return fmt::format(
       R"(<section class="wide file verdict-{0}" id="file{1}" aria-labelledby="verdict{1}"><p class="name">{2}</p>)"
-      R"(<h2 id="verdict{1}">{3}</h2>{8}<dl class="key">{4}{5}{6}{7}</dl>)",
+      R"(<h2 id="verdict{1}">{3}</h2>{9}{8}<dl class="key">{4}{5}{6}{7}</dl>)",
       VerdictClass(file), number, EscapeHtml(TextOf(file, "file")), EscapeHtml(VerdictText(file)),
-      Fact("Findings", Counts(check)), Fact("Size", ByteText(NumberOf(check, "size"))), Fact("Plays", Plays(check)),
-      Fact("Index", Index(check)), GaveUp(file));
+      Fact("Findings", Counts(check)), Fact("Size", SizeText(file)), Fact("Plays", Plays(check)),
+      Fact("Index", Index(check)), GaveUp(file), Lede(file));
 }
 
 /// The bytes around a finding, sixteen a line, the offending ones marked.
@@ -69,9 +80,10 @@ std::string HexView(const Json& hex) {
   const int64_t markEnd = markFrom + IntOf(hex, "mark_bytes");
   const auto count = static_cast<int64_t>(digits.size() / 2);
   std::string out = R"(<details><summary>The bytes there</summary><div class="hex" tabindex="0">)";
+  const size_t width = fmt::formatted_size("{}", from + count);
   for (int64_t line = 0; line < count; line += 16) {
     std::string text;
-    out += fmt::format(R"(<span class="at">{:>12}</span>  )", from + line);
+    out += fmt::format(R"(<span class="at">{:>{}}</span>  )", from + line, width);
     for (int64_t at = line; at < line + 16; ++at) {
       if (at >= count) {
         out += "   ";
@@ -92,15 +104,17 @@ std::string HexView(const Json& hex) {
 std::string Where(const Json& finding) {
   std::string text = fmt::format("<code>{}</code>", EscapeHtml(TextOf(finding, "code")));
   if (Has(finding, "track")) text += fmt::format(" · track {}", IntOf(finding, "track"));
-  if (Has(finding, "offset")) text += fmt::format(" · at byte {}", Grouped(IntOf(finding, "offset")));
-  if (Has(finding, "time_ms")) text += fmt::format(" · at {}", ClockOf(IntOf(finding, "time_ms")));
+  // As other tools take them: one click marks the whole.
+  constexpr const char* kPlace = R"( · {} <span class="place mono">{}</span>)";
+  if (Has(finding, "offset")) text += fmt::format(kPlace, "at byte", IntOf(finding, "offset"));
+  if (Has(finding, "time_ms")) text += fmt::format(kPlace, "at", ClockOf(IntOf(finding, "time_ms")));
   return text;
 }
 
 std::string Findings(const Json& file) {
   const Json& findings = ListOf(file["check"], "findings");
   std::string out = "<h3>Findings</h3>";
-  if (!Has(file, "series")) return out + "<p>None: nothing was found out about this file.</p>";
+  if (findings.empty() && !Has(file, "series")) return out + "<p>None: nothing was found out about this file.</p>";
   if (findings.empty()) return out + "<p>None: structure, index and playback agree with each other.</p>";
   out += R"(<ol class="findings">)";
   for (size_t i = 0; i < std::min(findings.size(), kShown); ++i) {
@@ -109,7 +123,7 @@ std::string Findings(const Json& file) {
     out += fmt::format(
         R"(<li class="finding {0}"><div class="severity">{0}</div><div><p class="where">{1}</p><p class="what">{2}</p>)"
         R"(<p class="advice">Advice: {3}</p>)",
-        EscapeHtml(severity), Where(finding), EscapeHtml(TextOf(finding, "consequence")),
+        EscapeHtml(severity), Where(finding), EscapeHtml(Consequence(file, finding)),
         EscapeHtml(TextOf(finding, "advice")));
     for (const Json& hex : ListOf(file, "hex")) {
       if (IntOf(hex, "finding") == static_cast<int64_t>(i)) out += HexView(hex);
@@ -161,9 +175,8 @@ std::string Tracks(const Json& file) {
 /// A chart under its heading, or words where there is nothing to draw.
 std::string Figure(const char* title, const char* caption, const std::string& svg, const std::string& instead) {
   if (svg.empty()) return fmt::format("<h3>{}</h3><p>{}</p>", title, EscapeHtml(instead));
-  return fmt::format(
-      R"(<h3>{}</h3><figure><figcaption><p>{}</p><output></output></figcaption><div class="scroll">{}</div></figure>)",
-      title, caption, svg);
+  return fmt::format(R"(<h3>{}</h3><figure><figcaption><p>{}</p><output></output></figcaption>{}</figure>)", title,
+                     caption, svg);
 }
 
 std::string SeekTable(const Json& seeks) {
@@ -196,13 +209,13 @@ std::string Charts(const Json& file, size_t number) {
                            ByteMapChart(of("byte_map"), findings, key("byte_map")), "The file could not be mapped.");
   out += Figure("Time line", "What each track delivers, over the thin line of what its header declares.",
                 TimeLineChart(of("time_line"), findings, key("time_line")), unplayed);
-  out += Figure("Audio against video", "How far sound is ahead of the picture at the same place in the file.",
-                LineChart(of("drift"), end, {"Audio ahead of video over time", EDraw::kLine, true, 200}, key("drift")),
+  out += Figure("Audio against video", "Above 0 sound is ahead of the picture at the same place in the file.",
+                LineChart(of("drift"), end, {"Audio ahead of video over time", EDraw::kLine, true, 100}, key("drift")),
                 played ? "This takes a video and an audio track that both deliver." : unplayed);
   out += Figure("Bit rate", "As delivered, per second.",
                 LineChart(of("bit_rate"), end, {"Bit rate over time", EDraw::kSteps}, key("bit_rate")), unplayed);
   out += Figure("Interleave", "Bytes between the sound and the picture of the same time, along the file.",
-                LineChart(of("interleave"), size, {"Interleave distance along the file", EDraw::kLine, false, 50},
+                LineChart(of("interleave"), size, {"Interleave distance along the file", EDraw::kLine, false, 4},
                           key("interleave")),
                 played ? "This takes a video and an audio track that both deliver." : unplayed);
   out += Figure(
@@ -225,24 +238,26 @@ std::string Headers(const Json& file) {
         R"(<div class="scroll"><table><caption class="soft">{} at byte {}</caption><thead><tr><th scope="col" )"
         R"(class="num">Offset</th><th scope="col">Field</th><th scope="col">Value</th>)"
         R"(<th scope="col">Meaning</th></tr></thead><tbody>)",
-        EscapeHtml(TextOf(header, "chunk")), Grouped(IntOf(header, "offset")));
+        EscapeHtml(TextOf(header, "chunk")), IntOf(header, "offset"));
     for (const Json& field : ListOf(header, "fields")) {
       out +=
           fmt::format(R"(<tr><td class="num">{}</td><td><code>{}</code></td><td class="mono">{}</td><td>{}</td></tr>)",
-                      Grouped(IntOf(field, "offset")), EscapeHtml(TextOf(field, "name")),
-                      EscapeHtml(TextOf(field, "raw")), EscapeHtml(TextOf(field, "meaning")));
+                      IntOf(field, "offset"), EscapeHtml(TextOf(field, "name")), EscapeHtml(TextOf(field, "raw")),
+                      EscapeHtml(TextOf(field, "meaning")));
     }
     out += "</tbody></table></div>";
   }
   return out + "</details>";
 }
 
+bool IsUnreadable(const Json& file) { return TextOf(file["check"], "verdict") == "unreadable"; }
+
 }  // namespace
 
 std::string VerdictText(const Json& file) {
   if (Has(file, "gave_up")) return "The library gave up on this file";
   const std::string verdict = TextOf(file["check"], "verdict");
-  if (verdict == "unreadable") return "Cannot be read";
+  if (IsUnreadable(file)) return "Cannot be read";
   if (verdict == "errors") return "Damaged";
   if (verdict == "warnings") return "Plays, with faults";
   return verdict == "notes" ? "Plays well, with notes" : "Nothing is wrong";
@@ -250,10 +265,26 @@ std::string VerdictText(const Json& file) {
 
 std::string VerdictClass(const Json& file) {
   const Json& check = file["check"];
-  if (Has(file, "gave_up") || TextOf(check, "verdict") == "unreadable" || CountOf(check, "errors")) return "error";
+  if (Has(file, "gave_up") || IsUnreadable(file) || CountOf(check, "errors")) return "error";
   return CountOf(check, "warnings") ? "warning" : CountOf(check, "notes") ? "note" : "fine";
 }
 
+std::string WorstText(const Json& file) {
+  const Json& findings = ListOf(file["check"], "findings");
+  for (const char* severity : {"error", "warning"}) {
+    for (const Json& finding : findings) {
+      if (TextOf(finding, "severity") == severity) return Consequence(file, finding);
+    }
+  }
+  return {};
+}
+
+std::string SizeText(const Json& file) {
+  return Has(file["check"], "size") ? ByteText(NumberOf(file["check"], "size")) : "";
+}
+
 std::string FileSection(const Json& file, size_t number) {
-  return Head(file, number) + Findings(file) + Tracks(file) + Charts(file, number) + Headers(file) + "</section>";
+  const std::string about = Head(file, number) + Findings(file);
+  if (IsUnreadable(file)) return about + "</section>";
+  return about + Tracks(file) + Charts(file, number) + Headers(file) + "</section>";
 }

@@ -23,4 +23,10 @@ std::string FileSection(const Json& file, size_t number);
 std::string VerdictText(const Json& file);
 std::string VerdictClass(const Json& file);
 
+/// What the first of the worst findings means to a viewer; empty where there are but notes.
+std::string WorstText(const Json& file);
+
+/// Empty where it is not known.
+std::string SizeText(const Json& file);
+
 #endif  // ZU_TOOLS_AVIPROBE_REPORT_PAGE_H_

@@ -64,15 +64,16 @@ void Plot::ValueAxis(SRange range, const std::string& unit) {
   for (const double tick : ticks) {
     const std::string text = tick == ticks.back() ? Short(tick) + " " + EscapeHtml(unit) : Short(tick);
     const double y = kPlotTop + Y(tick, range);
-    m_sBehind +=
-        fmt::format(R"(<path class="{}" d="M{} {:.1f}H{}"/>)", tick == 0 ? "zero" : "grid", kPlotLeft, y, kPlotRight);
-    m_sOutside += fmt::format(R"(<text class="tick end" x="{}" y="{:.1f}">{}</text>)", kPlotLeft - 8, y + 4, text);
+    if (tick > range.low)
+      m_sBehind +=
+          fmt::format(R"(<line class="{}" x2="100%" y1="{:.1f}" y2="{:.1f}"/>)", tick == 0 ? "zero" : "grid", y, y);
+    m_sOutside += fmt::format(R"(<text class="tick end" x="-8" y="{:.1f}">{}</text>)", y + 4, text);
   }
 }
 
 void Plot::LaneName(double middle, const std::string& name) {
-  m_sOutside += fmt::format(R"(<text class="lane end" x="{}" y="{:.1f}">{}</text>)", kPlotLeft - 10,
-                            kPlotTop + middle + 4, EscapeHtml(name));
+  m_sOutside +=
+      fmt::format(R"(<text class="lane end" x="-8" y="{:.1f}">{}</text>)", kPlotTop + middle + 4, EscapeHtml(name));
 }
 
 void Plot::LineName(double y, const std::string& name, const std::string& style) {
@@ -87,8 +88,8 @@ std::string Plot::Names() const {
   for (const SName& name : names) {
     const double y = std::max(name.y, next);
     next = y + 15;
-    out += fmt::format(R"(<text class="name {}" x="{}" y="{:.1f}">{}</text>)", name.sStyle, kPlotRight + 8,
-                       kPlotTop + y + 4, EscapeHtml(name.sName));
+    out += fmt::format(R"(<text class="name {}" x="100%" dx="8" y="{:.1f}">{}</text>)", name.sStyle, kPlotTop + y + 4,
+                       EscapeHtml(name.sName));
   }
   return out;
 }
@@ -98,23 +99,24 @@ std::string Plot::PositionAxis() const {
   const double bottom = kPlotTop + m_nHeight;
   const std::vector<double> ticks = m_Axis == EAxis::kTime ? TimeTicks(m_X, 8) : Ticks(m_X, 8);
   const double step = ticks.size() > 1 ? ticks[1] - ticks[0] : m_X.high - m_X.low;
-  for (const double tick : ticks) {
-    const double x = kPlotLeft + X(tick) / kPlotUnits * (kPlotRight - kPlotLeft);
+  // On a narrow page only every so many of the values have room.
+  const size_t stride = (ticks.size() + 3) / 4;
+  for (size_t i = 0; i < ticks.size(); ++i) {
+    const double tick = ticks[i], x = X(tick) / kPlotUnits * 100;
     const std::string text = m_Axis == EAxis::kTime ? TickClock(tick, step) : tick == 0 ? "0" : ByteText(tick);
-    out +=
-        fmt::format(R"(<path class="mark" d="M{0:.1f} {1}v4"/><text class="tick mid" x="{0:.1f}" y="{2}">{3}</text>)",
-                    x, bottom, bottom + 18, text);
+    out += fmt::format(
+        R"(<line class="mark" x1="{0:.2f}%" x2="{0:.2f}%" y1="{1}" y2="{2}"/><text class="tick mid{3}" x="{0:.2f}%" y="{4}">{5}</text>)",
+        x, bottom, bottom + 4, i % stride ? " minor" : "", bottom + 18, text);
   }
   return out;
 }
 
 std::string Plot::Svg() const {
-  const double width = kPlotRight - kPlotLeft;
   return fmt::format(
-      R"(<svg role="img" aria-label="{}" class="picture" viewBox="0 0 {} {}" data-axis="{}" data-series="{}" )"
-      R"(data-low="{:.0f}" data-high="{:.0f}">{}<path class="base" d="M{} {}H{}"/><g class="axis">{}</g>{})"
-      R"(<svg class="plot" x="{}" y="{}" width="{}" height="{}" viewBox="0 0 {} {}" preserveAspectRatio="none">{}</svg>{}</svg>)",
-      EscapeHtml(m_sLabel), kPictureWidth, kPlotTop + m_nHeight + 26, m_Axis == EAxis::kTime ? "time" : "bytes",
-      m_sSeries, m_X.low, m_X.high, m_sBehind, kPlotLeft, kPlotTop + m_nHeight, kPlotRight, PositionAxis(), m_sOutside,
-      kPlotLeft, kPlotTop, width, m_nHeight, kPlotUnits, m_nHeight, m_sInside, Names());
+      R"(<svg role="img" aria-label="{0}" class="picture" height="{1}" data-axis="{2}" data-series="{3}" )"
+      R"(data-low="{4:.0f}" data-high="{5:.0f}">{6}<line class="base" x2="100%" y1="{7}" y2="{7}"/><g class="axis">{8}</g>{9})"
+      R"(<svg class="plot" y="{10}" width="100%" height="{11}" viewBox="0 0 {12} {11}" preserveAspectRatio="none">{13}</svg>{14}</svg>)",
+      EscapeHtml(m_sLabel), kPlotTop + m_nHeight + 26, m_Axis == EAxis::kTime ? "time" : "bytes", m_sSeries, m_X.low,
+      m_X.high, m_sBehind, kPlotTop + m_nHeight, PositionAxis(), m_sOutside, kPlotTop, m_nHeight, kPlotUnits, m_sInside,
+      Names());
 }

@@ -4,15 +4,12 @@
 #include <string>
 #include <vector>
 
-// The frame that all charts share: a picture of fixed width in which the plot stands as a picture of its own, stretched
-// across. The script zooms by moving the window of the inner one.
+// The frame that all charts share: a picture as wide as the page gives, in which the plot stands as a picture of its
+// own, stretched across. Places across the frame are percentages, so that text keeps its size; names and values stand
+// outside, in the margins that style.css leaves. The script zooms by moving the window of the inner picture.
 
 enum class EAxis { kTime, kBytes };
 
-/// Where things stand, in the units of the picture.
-constexpr double kPictureWidth = 960;
-constexpr double kPlotLeft = 92;
-constexpr double kPlotRight = 860;
 constexpr double kPlotTop = 10;
 constexpr double kPlotUnits = 1000;  ///< width of the inner picture in its own units
 

@@ -40,20 +40,20 @@
       this.from = from;
       this.to = to;
       const scale = plotUnits / (this.high - this.low);
+      this.plot.classList.toggle('zoomed', from !== this.low || to !== this.high);
       this.plot.setAttribute('viewBox', `${(from - this.low) * scale} 0 ${(to - from) * scale} ${this.height}`);
       if (from === this.low && to === this.high) this.axis.innerHTML = this.firstAxis;
       else this.drawAxis();
     }
 
     drawAxis() {
-      const left = this.plot.x.baseVal.value;
-      const width = this.plot.width.baseVal.value;
+      const most = this.picture.clientWidth < 480 ? 4 : 8;
       const bottom = this.plot.y.baseVal.value + this.height;
-      const step = timeSteps.find((each) => (this.to - this.from) / each <= 8) || 72000000;
+      const step = timeSteps.find((each) => (this.to - this.from) / each <= most) || 72000000;
       this.axis.replaceChildren();
       for (let tick = Math.ceil(this.from / step) * step; tick <= this.to; tick += step) {
-        const x = left + (tick - this.from) / (this.to - this.from) * width;
-        this.draw(this.axis, 'path', {class: 'mark', d: `M${x} ${bottom}v4`});
+        const x = `${(tick - this.from) / (this.to - this.from) * 100}%`;
+        this.draw(this.axis, 'line', {class: 'mark', x1: x, x2: x, y1: bottom, y2: bottom + 4});
         this.draw(this.axis, 'text', {class: 'tick mid', x, y: bottom + 18}).textContent = shortClock(tick, step);
       }
     }
@@ -67,11 +67,8 @@
 
     // Where the pointer is, 0 to 1 across the plot.
     share(event) {
-      const box = this.plot.getBoundingClientRect();
-      const frame = this.picture.getBoundingClientRect();
-      const scale = frame.width / this.picture.viewBox.baseVal.width;
-      const left = box.width > 0 ? frame.left + this.plot.x.baseVal.value * scale : frame.left;
-      return Math.min(1, Math.max(0, (event.clientX - left) / (this.plot.width.baseVal.value * scale)));
+      const box = this.picture.getBoundingClientRect();
+      return Math.min(1, Math.max(0, (event.clientX - box.left) / box.width));
     }
 
     at(share) { return this.from + share * (this.to - this.from); }
@@ -81,7 +78,7 @@
       const x = (where - this.low) / (this.high - this.low) * plotUnits;
       this.cursor ||= this.draw(this.plot, 'path', {class: 'cursor'});
       this.cursor.setAttribute('d', `M${x} 0V${this.height}`);
-      this.output.textContent = [this.time ? clock(where) : `byte ${number(Math.round(where))}`, ...this.values(where)].join('  ·  ');
+      this.output.textContent = [this.time ? clock(where) : `byte ${Math.round(where)}`, ...this.values(where)].join('  ·  ');
     }
 
     values(where) {
