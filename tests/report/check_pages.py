@@ -31,6 +31,7 @@ return [...document.querySelectorAll('section.file[id^=file]')].map((section) =>
   delivered: Object.fromEntries([...section.querySelectorAll('tr[data-track]')].map(
       (row) => [row.dataset.track, text(row.querySelector('[data-fact=delivered]'))])),
   charts: [...section.querySelectorAll('svg.picture')].map((svg) => svg.getAttribute('aria-label')),
+  missing: [...section.querySelectorAll('[data-series$=byte_map] .lane')].some((lane) => text(lane) === 'missing'),
   why: text(section.querySelector('.lede')),
   empty: [...section.querySelectorAll('svg.picture .plot')].filter((plot) => !plot.querySelector('path[d]:not([d=""])')).length,
 }));
@@ -188,6 +189,9 @@ def check_content(checks, name, shown, facts, stated):
             continue
         checks.true(f"{where}: charts are there and named", section["charts"] and all(section["charts"]))
         checks.equal(f"{where}: charts without a line", section["empty"], 0)
+        missing = inside["series"]["byte_map"]["missing_bytes"]
+        checks.equal(f"{where}: bytes missing at the end", missing > 0, "riff-truncated" in section["codes"])
+        checks.equal(f"{where}: a lane for what is missing", section["missing"], missing > 0)
 
 
 def check_zoom(checks, browser, name):

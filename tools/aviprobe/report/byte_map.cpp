@@ -89,14 +89,30 @@ int64_t EndOf(const SFileMap& map, size_t chunk) {
   return chunk + 1 < map.chunks.size() ? std::min(end, std::max(map.chunks[chunk + 1].nOffset, it.nOffset)) : end;
 }
 
+/// What the file announces behind its end; nothing when the size that does is wrong.
+int64_t MissingBytes(const SFileMap& map) {
+  int64_t missing = 0;
+  for (size_t i = 0; i < map.chunks.size(); ++i) {
+    if (map.chunks[i].nParent >= 0) continue;
+    const std::vector<SMark> marks = map.MarksOf(i);
+    const auto is = [](EMark mark) { return [mark](const SMark& it) { return it.mark == mark; }; };
+    if (std::any_of(marks.begin(), marks.end(), is(EMark::kWrongSize))) continue;
+    const auto past = std::find_if(marks.begin(), marks.end(), is(EMark::kPastFile));
+    if (past != marks.end()) missing = std::max(missing, past->nBytes);
+  }
+  return missing;
+}
+
 }  // namespace
 
 Json ByteMapSeries(const SFileMap& map) {
-  if (map.nSize <= 0) return {{"size", map.nSize}, {"lanes", Json::array()}};
+  if (map.nSize <= 0) return {{"size", map.nSize}, {"missing_bytes", 0}, {"lanes", Json::array()}};
   Lanes lanes(map);
   for (size_t i = 0; i < map.chunks.size(); ++i) {
     lanes.Add(lanes.LaneOf(map.chunks[i]), map.chunks[i].nOffset, EndOf(map, i));
   }
   for (const SLeftOver& left : map.leftOver) lanes.Add(lanes.Lost(), left.nOffset, left.nOffset + left.nBytes);
-  return lanes.Facts();
+  Json facts = lanes.Facts();
+  facts["missing_bytes"] = MissingBytes(map);
+  return facts;
 }

@@ -32,9 +32,10 @@ size_t LanesOf(const Json& lanes) { return std::min(lanes.size(), kLanes); }
 
 /// Equal values side by side become one box, so that a quiet file's picture is small.
 /// @param isRare  of full height: a header of a few bytes in a film is what one looks for.
-std::string ShareBoxes(const Json& shares, double middle, bool isRare) {
+/// @param right  where the last share ends.
+std::string ShareBoxes(const Json& shares, double middle, bool isRare, double right) {
   std::string path;
-  const double width = kPlotUnits / static_cast<double>(std::max<size_t>(shares.size(), 1));
+  const double width = right / static_cast<double>(std::max<size_t>(shares.size(), 1));
   for (size_t at = 0; at < shares.size();) {
     const int64_t share = shares[at].get<int64_t>();
     size_t end = at + 1;
@@ -134,15 +135,25 @@ std::string ByteMapChart(const Json& byteMap, const Json& findings, const std::s
   for (size_t i = 0; i < count; ++i) {
     spoken += fmt::format("{}{} {}", i ? ", " : "", TextOf(lanes[i], "name"), ByteText(NumberOf(lanes[i], "bytes")));
   }
-  Plot plot(spoken, key, EAxis::kBytes, {0, std::max(1.0, NumberOf(byteMap, "size"))},
-            static_cast<double>(count) * kLane);
+  const double size = std::max(1.0, NumberOf(byteMap, "size")), missing = NumberOf(byteMap, "missing_bytes");
+  if (missing > 0) spoken += fmt::format(", missing behind the end {}", ByteText(missing));
+  // What is missing takes at most as much room as what is there: a broken size may announce anything.
+  const double end = size + std::min(missing, size);
+  Plot plot(spoken, key, EAxis::kBytes, {0, end}, static_cast<double>(count + (missing > 0)) * kLane);
   plot.Inside(Marks(plot, findings, "offset"));
   for (size_t i = 0; i < count; ++i) {
     const double middle = (static_cast<double>(i) + .5) * kLane;
     plot.LaneName(middle, TextOf(lanes[i], "name"));
     plot.LineName(middle, ByteText(NumberOf(lanes[i], "bytes")), "quiet");
     plot.Inside(fmt::format(R"(<path class="fill {}" d="{}"/>)", Kind(lanes[i]),
-                            ShareBoxes(ListOf(lanes[i], "shares"), middle, IsRare(lanes[i]))));
+                            ShareBoxes(ListOf(lanes[i], "shares"), middle, IsRare(lanes[i]), plot.X(size))));
+  }
+  if (missing > 0) {
+    const double middle = (static_cast<double>(count) + .5) * kLane;
+    plot.LaneName(middle, "missing");
+    plot.LineName(middle, ByteText(missing), "damage");
+    plot.Inside(fmt::format(R"(<path class="gap" d="{}"/>)",
+                            Boxes(plot, Json::array({Json::array({size, end})}), middle, kBar)));
   }
   return plot.Svg();
 }

@@ -88,9 +88,10 @@
           return `${line.name} ${number(this.nearest(line.points, where))}${unit ? ` ${unit}` : ''}`;
         });
       }
+      if (where > this.series.size) return ['missing'];
       return (this.series.lanes || []).flatMap((lane) => {
         if (lane.shares) {
-          const share = lane.shares[Math.min(lane.shares.length - 1, Math.floor(where / this.high * lane.shares.length))];
+          const share = lane.shares[Math.min(lane.shares.length - 1, Math.floor(where / this.series.size * lane.shares.length))];
           return share ? [`${lane.name} ${share} %`] : [];
         }
         const inside = (spans) => spans.some(([from, to]) => from <= where && where <= to);

@@ -23,7 +23,8 @@ struct SPoint {
 /// Thins points out: of each part of the axis the lowest and the highest stay, so that no peak is lost.
 std::vector<SPoint> Thinned(std::vector<SPoint> points);
 
-/// {"size", "lanes": [{"name", "kind", "bytes", "shares": percent of the bytes in each of equal parts of the file}]}.
+/// {"size", "missing_bytes": behind the end, "lanes": [{"name", "kind", "bytes", "shares": percent of the bytes in each
+/// of equal parts of the file}]}.
 Json ByteMapSeries(const SFileMap& map);
 
 /// The series by name that a playback gives: time_line, bit_rate, drift, interleave, key_intervals.
