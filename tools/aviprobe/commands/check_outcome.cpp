@@ -40,11 +40,16 @@ Json FactsOf(const SOutcome& outcome) {
   facts["gave_up"] = outcome.bGaveUp;
   if (!outcome.bGaveUp) return facts;
   if (!told) facts["verdict"] = "errors";
+  // What was found before says to play it.
+  for (Json& finding : facts["findings"]) {
+    finding["advice"] =
+        ReplaceAdvice(finding["advice"].get<std::string>(), "check", NameFile(kAdviceResync, outcome.sPath));
+  }
   AddFinding({.pCode = "library-aborts",
               .severity = FindingKind("library-aborts").severity,
               .sConsequence = fmt::format("the library {} while {}: a player ends with it", outcome.sHow,
                                           outcome.sStage.empty() ? "working" : outcome.sStage),
-              .sAdvice = "keep the file away from players; " + NameFile(kAdviceNotOpened, outcome.sPath)},
+              .sAdvice = "keep the file away from players\n" + NameFile(kAdviceNoCopy, outcome.sPath)},
              &facts);
   return facts;
 }

@@ -1,6 +1,8 @@
 #include "tools/aviprobe/commands/check_text.h"
 
 #include <algorithm>
+#include <set>
+#include <sstream>
 
 #include "tools/aviprobe/model/check_facts.h"
 #include "tools/aviprobe/model/findings.h"
@@ -31,18 +33,22 @@ std::string CountsText(const Json& facts) {
   return text;
 }
 
-void PrintFinding(const Json& finding) {
+/// @param said  advice that stands above already; what is new is added.
+void PrintFinding(const Json& finding, std::set<std::string>* said) {
   const uint64_t count = finding["count"].get<uint64_t>();
   fmt::print("{:<7}  {:<27} {:>12}  {:>12}  {:>5}  {}{}\n", finding["severity"].get<std::string>(),
              finding["code"].get<std::string>(), OrDash(finding["offset"]), ClockOrDash(finding["time_ms"]),
              OrDash(finding["track"]), Shown(finding["consequence"].get<std::string>()),
              count > 1 ? fmt::format(" (the last at {})", OrDash(finding["last_offset"])) : "");
-  fmt::print("{:9}{}\n", "", Shown(finding["advice"].get<std::string>()));
+  std::istringstream advice(finding["advice"].get<std::string>());
+  for (std::string line; std::getline(advice, line);) {
+    if (said->insert(line).second) fmt::print("{:9}{}\n", "", Shown(line));
+  }
 }
 
 std::string VerdictText(const Json& facts) {
   if (facts["verdict"] == kUnreadable && !facts["findings"].empty()) {
-    return fmt::format("unreadable, {}", Shown(facts["findings"].back()["consequence"].get<std::string>()));
+    return fmt::format("unreadable, {}", Shown(facts["findings"].front()["consequence"].get<std::string>()));
   }
   if (facts["verdict"] == kUnreadable) return "not an AVI file, or not readable";
   if (facts["verdict"] == "fine") {
@@ -76,7 +82,8 @@ STotal Sum(const std::vector<Json>& files) {
 }  // namespace
 
 void PrintCheckText(const Json& facts) {
-  for (const Json& finding : facts["findings"]) PrintFinding(finding);
+  std::set<std::string> said;
+  for (const Json& finding : facts["findings"]) PrintFinding(finding, &said);
   fmt::print("{}: {}\n", NameOf(facts), VerdictText(facts));
 }
 

@@ -8,7 +8,7 @@
 
 // What `check` prints, from the facts that CheckFacts() made.
 
-/// A line per finding with its advice below, and one of the whole file.
+/// A line per finding, below it what no finding above advises, and one line of the whole file.
 void PrintCheckText(const Json& facts);
 /// A record `finding` each, and `file_check`.
 void PrintCheckJson(const Json& facts);

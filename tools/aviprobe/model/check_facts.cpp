@@ -74,7 +74,8 @@ Json FindingFacts(const SFinding& finding) {
 }
 
 void AddFinding(const SFinding& finding, Json* facts) {
-  (*facts)["findings"].push_back(FindingFacts(finding));
+  Json& findings = (*facts)["findings"];
+  findings.insert(findings.begin(), FindingFacts(finding));
   Count(finding.severity, facts);
 }
 
@@ -89,7 +90,10 @@ Json CheckFacts(const SFileMap& map, const SPlayback* playback, std::span<const 
                 {"delivered_ms", playback ? Json(file.DeliveredMs()) : Json()},
                 {"findings", Json::array()},
                 {"tracks", Json::array()}};
-  for (const SFinding& finding : findings) AddFinding(finding, &facts);
+  for (const SFinding& finding : findings) {
+    facts["findings"].push_back(FindingFacts(finding));
+    Count(finding.severity, &facts);
+  }
   if (!map.IsAvi()) facts["verdict"] = kUnreadable;
   for (const STrackFacts& track : file.Tracks()) facts["tracks"].push_back(TrackFactsJson(track));
   return facts;

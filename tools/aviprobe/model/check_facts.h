@@ -18,7 +18,8 @@ Json CheckFacts(const SFileMap& map, const SPlayback* playback, std::span<const 
 /// The verdict on a file that could not be read at all, or is no AVI.
 constexpr const char* kUnreadable = "unreadable";
 
-/// Adds a finding to such facts, and counts it: for what is learnt only after the library ended the process.
+/// Puts a finding in front of all that such facts have, and counts it: for what is learnt only after the library ended
+/// the process.
 void AddFinding(const SFinding& finding, Json* facts);
 
 #endif  // ZU_TOOLS_AVIPROBE_MODEL_CHECK_FACTS_H_

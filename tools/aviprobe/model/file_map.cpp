@@ -43,6 +43,18 @@ SMarkWords WordsOf(EMark mark) {
   return {"", ""};
 }
 
+bool IsAviRiff(const SChunk& chunk) {
+  return chunk.bList && chunk.id == FourCC("RIFF") && chunk.type == FourCC("AVI ");
+}
+
+std::optional<uint32_t> FindJoined(const SFileMap& map) {
+  if (!map.IsAvi()) return std::nullopt;
+  for (size_t i = 1; i < map.chunks.size(); ++i) {
+    if (map.chunks[i].nDepth == 0 && IsAviRiff(map.chunks[i])) return static_cast<uint32_t>(i);
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 SFileMap MapFile(FileSource& source, const std::string& path, const SMapOptions& options) {
@@ -50,16 +62,14 @@ SFileMap MapFile(FileSource& source, const std::string& path, const SMapOptions&
   map.sPath = path;
   map.nSize = source.Size();
   std::vector<SSuspect> suspects = WalkChunks(source, options, &map);
+  map.joined = FindJoined(map);
   ReadHeaders(source, &map);
   ReadIndexes(source, options.bEntries, &map);
   SettleSizes(std::move(suspects), &map);
   return map;
 }
 
-bool SFileMap::IsAvi() const {
-  return !chunks.empty() && chunks[0].nOffset == 0 && chunks[0].bList && chunks[0].id == FourCC("RIFF") &&
-         chunks[0].type == FourCC("AVI ");
-}
+bool SFileMap::IsAvi() const { return !chunks.empty() && chunks[0].nOffset == 0 && IsAviRiff(chunks[0]); }
 
 const SChunk* SFileMap::ChunkAt(int64_t offset) const {
   const auto found = std::lower_bound(chunks.begin(), chunks.end(), offset,

@@ -147,6 +147,7 @@ struct SFileMap {
   std::vector<SChunk> chunks;
   std::vector<SMarked> marks;       ///< by chunk
   std::vector<SLeftOver> leftOver;  ///< by offset
+  std::optional<uint32_t> joined;   ///< the RIFF chunk of another AVI file behind this one, see OwnChunks
   std::optional<SMainHeader> main;
   std::vector<SStreamHeader> streams;
   std::vector<int32_t> movis;     ///< the "movi" lists
@@ -159,6 +160,8 @@ struct SFileMap {
 
   bool IsAvi() const;  ///< begins with RIFF "AVI "
   const SChunk& Chunk(size_t i) const { return chunks[i]; }
+  /// The chunks of the file itself: of another AVI file behind it players see nothing, nor do headers and indexes here.
+  size_t OwnChunks() const { return joined.value_or(static_cast<uint32_t>(chunks.size())); }
   /// The chunk whose header begins there; none otherwise.
   const SChunk* ChunkAt(int64_t offset) const;
   /// Marks of one chunk.

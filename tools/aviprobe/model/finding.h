@@ -23,7 +23,7 @@ struct SFinding {
   std::optional<uint32_t> nTimeMs{};     ///< of the movie
   std::optional<int> nTrack{};
   std::string sConsequence{};  ///< what a viewer meets: "playback stops at 00:01:30.000 of 00:03:00.000"
-  std::string sAdvice{};       ///< what to do next
+  std::string sAdvice{};       ///< what to do next, a line each
 };
 
 /// All codes, what each means and how bad it is: the table that the command's help and the tests are made from.
@@ -42,7 +42,8 @@ const char* SeverityName(ESeverity severity);
 /// Advice with the file's name for FILE, as a shell takes it; a name that would need care there leaves FILE.
 std::string NameFile(std::string advice, std::string_view path);
 
-/// What is to be said of a file, by offset, those of no offset at the end; `playback` null: nothing was played
+/// What is to be said of a file, the worst first, then by offset, those of no offset last; `playback` null: nothing was
+/// played
 /// (--quick, or the library ended the process). Reads the file where a bitstream has to tell whether a chunk is a key
 /// frame.
 /// @throw HostError when that cannot be read.

@@ -6,10 +6,12 @@
 #include <cctype>
 #include <cstring>
 #include <limits>
+#include <sstream>
 
 #include "tools/aviprobe/text/names.h"
 
-void STally::Hit(int64_t offset) {
+void STally::Hit(int64_t offset, std::optional<uint32_t> ms) {
+  if (nCount == 0 || offset < nFirst) nFirstMs = ms;
   nFirst = nCount == 0 ? offset : std::min(nFirst, offset);
   nLast = nCount == 0 ? offset : std::max(nLast, offset);
   ++nCount;
@@ -19,10 +21,10 @@ void Findings::Add(SFinding finding, std::optional<ESeverity> severity) {
   const SFindingKind& kind = FindingKind(finding.pCode);
   finding.pCode = kind.pCode;
   finding.severity = severity.value_or(kind.severity);
-  const bool refused = m_pPlayback && !m_pPlayback->bOpened;
-  if (refused && finding.sAdvice.find("aviprobe remux") != std::string::npos) finding.sAdvice = kAdviceNotOpened;
+  const bool opened = m_pPlayback && m_pPlayback->bOpened;
+  if (!opened) finding.sAdvice = ReplaceAdvice(finding.sAdvice, "remux", m_pPlayback ? kAdviceNoCopy : kAdvicePlay);
   finding.sAdvice = NameFile(std::move(finding.sAdvice), m_Map.sPath);
-  if (finding.nOffset && !finding.nTimeMs) finding.nTimeMs = m_Facts.MsAt(*finding.nOffset);
+  if (finding.nOffset && !finding.nTimeMs) finding.nTimeMs = m_Facts.MsOfData(*finding.nOffset);
   m_Found.push_back(std::move(finding));
 }
 
@@ -32,6 +34,7 @@ void Findings::Add(std::string_view code, const STally& tally, std::optional<int
   SFinding finding{.pCode = FindingKind(code).pCode,
                    .nOffset = tally.nFirst,
                    .nCount = tally.nCount,
+                   .nTimeMs = tally.nFirstMs,
                    .nTrack = track,
                    .sConsequence = consequence,
                    .sAdvice = advice};
@@ -58,9 +61,21 @@ std::string NameFile(std::string advice, std::string_view path) {
 std::vector<SFinding> Findings::Take() {
   std::stable_sort(m_Found.begin(), m_Found.end(), [](const SFinding& a, const SFinding& b) {
     constexpr int64_t kLast = std::numeric_limits<int64_t>::max();
+    if (a.severity != b.severity) return a.severity > b.severity;
     return a.nOffset.value_or(kLast) < b.nOffset.value_or(kLast);
   });
   return std::move(m_Found);
+}
+
+std::string ReplaceAdvice(const std::string& advice, std::string_view command, std::string_view instead) {
+  const std::string start = fmt::format("aviprobe {} ", command);
+  std::istringstream lines(advice);
+  std::string line, replaced;
+  while (std::getline(lines, line)) {
+    if (!replaced.empty()) replaced += '\n';
+    replaced += line.starts_with(start) ? instead : std::string_view(line);
+  }
+  return replaced;
 }
 
 std::string CountText(uint64_t count, std::string_view noun) {
@@ -97,7 +112,7 @@ std::vector<SFinding> Check(const SFileMap& map, const SPlayback* playback, File
         {.pCode = "not-an-avi",
          .nOffset = 0,
          .sConsequence = "nothing plays: " + WhyNoAvi(map),
-         .sAdvice = "file FILE tells what it is; aviprobe tree --resync FILE shows whether an AVI begins further on"});
+         .sAdvice = "file FILE tells what it is\naviprobe tree --resync FILE shows whether an AVI begins further on"});
     return findings.Take();
   }
   CheckStructure(&findings);

@@ -16,8 +16,9 @@
 struct STally {
   uint64_t nCount = 0;
   int64_t nFirst = 0, nLast = 0;
+  std::optional<uint32_t> nFirstMs{};  ///< when the first matters, where its offset does not tell
 
-  void Hit(int64_t offset);
+  void Hit(int64_t offset, std::optional<uint32_t> ms = {});
 };
 
 /// The file that is being checked, and what has been found in it.
@@ -30,13 +31,14 @@ class Findings {
   const SPlayback* Playback() const { return m_pPlayback; }
   const FileFacts& Facts() const { return m_Facts; }
 
-  /// Severity, that of the code unless given, and, where there is an offset but no time, the time are filled in. Advice
-  /// names the file where it says FILE, and no remux where the library does not open the file.
+  /// Severity, that of the code unless given, and, where there is an offset among the data but no time, the time are
+  /// filled in. Advice names the file where it says FILE, and no remux where the library does not open the file, or
+  /// was not asked to.
   void Add(SFinding finding, std::optional<ESeverity> severity = {});
   /// Nothing when nothing was counted.
   void Add(std::string_view code, const STally& tally, std::optional<int> track, const std::string& consequence,
            const std::string& advice);
-  /// All, by offset.
+  /// All, the worst first, then by offset.
   std::vector<SFinding> Take();
 
  private:
@@ -61,6 +63,8 @@ void CheckPlayback(FileSource& source, Findings* findings);
 std::string CountText(uint64_t count, std::string_view noun);
 /// "00:01:30.000 of 00:03:00.000".
 std::string ShareText(uint64_t ms, uint64_t ofMs);
+/// Advice with other lines for those that name a command of aviprobe.
+std::string ReplaceAdvice(const std::string& advice, std::string_view command, std::string_view instead);
 /// "picture", "sound" or "stream 2".
 std::string TrackText(const STrackFacts& track);
 
@@ -69,9 +73,13 @@ constexpr const char* kAdviceRemux =
 /// Where the index leaves data out: what the library finds by it is not all.
 constexpr const char* kAdviceIgnoreIndex =
     "aviprobe remux FILE --ignore-index -o OUT.avi writes all that is there, with a new index";
-constexpr const char* kAdviceNotOpened =
-    "this player cannot open it, so no remux mends it; aviprobe tree --resync FILE shows what can still be found";
-constexpr const char* kAdviceResync = "aviprobe tree --resync FILE shows what can still be found behind it";
+/// Where the library takes no part in what helps.
+constexpr const char* kAdviceNoCopy =
+    "no remux mends it, which reads the file through the same library\n"
+    "aviprobe tree --resync FILE shows what can still be found";
+/// As long as nobody knows how the library takes the file.
+constexpr const char* kAdvicePlay = "aviprobe check FILE plays it and tells whether a copy can be made";
+constexpr const char* kAdviceResync = "aviprobe tree --resync FILE shows what can still be found";
 constexpr const char* kAdviceFields = "aviprobe tree --fields FILE shows what the headers say";
 constexpr const char* kAdviceSource = "get the file from its source again: what is missing is nowhere in it";
 

@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <span>
 
 #include "tools/aviprobe/model/findings.h"
 
@@ -12,6 +13,15 @@ namespace {
 constexpr uint64_t kLengthSlackMs = 500;
 constexpr uint64_t kLengthSlackShare = 100;  // 1/100: what a progress bar shows
 
+/// Whether a list without a type stands where the one with the data does: what is wrong with it is said already.
+bool MayHideData(const SFileMap& map) {
+  return std::any_of(map.marks.begin(), map.marks.end(), [&](const SMarked& marked) {
+    const SChunk& chunk = map.chunks[marked.nChunk];
+    const bool behindHeaders = map.main && chunk.nDepth == 1 && chunk.nOffset > map.main->nOffset;
+    return marked.mark.mark == EMark::kNoType && behindHeaders;
+  });
+}
+
 void CheckMissing(Findings* findings) {
   const SFileMap& map = findings->Map();
   const auto missing = [&](const std::string& what, int64_t offset) {
@@ -22,9 +32,7 @@ void CheckMissing(Findings* findings) {
   };
   if (!map.main) missing("there is no main header (avih)", 0);
   if (map.streams.empty()) missing("no stream is described (strl)", 0);
-  const bool broken =
-      std::any_of(map.marks.begin(), map.marks.end(), [](const SMarked& m) { return m.mark.mark == EMark::kNoType; });
-  if (map.movis.empty() && !broken) missing("there is no list with data (movi)", 0);
+  if (map.movis.empty() && !MayHideData(map)) missing("there is no list with data (movi)", 0);
   for (size_t i = 0; i < map.streams.size(); ++i) {
     const SStreamHeader& stream = map.streams[i];
     if (!stream.nStrhOffset) missing(fmt::format("stream {} has no header (strh)", i), stream.nListOffset);
@@ -45,7 +53,7 @@ void CheckStreamCount(Findings* findings) {
          .sAdvice = kAdviceFields});
   }
   STally orphans;
-  for (const SChunk& chunk : map.chunks) {
+  for (const SChunk& chunk : std::span(map.chunks).first(map.OwnChunks())) {
     if (chunk.bData && (chunk.nStream < 0 || static_cast<size_t>(chunk.nStream) >= map.streams.size())) {
       orphans.Hit(chunk.nOffset);
     }

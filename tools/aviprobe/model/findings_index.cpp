@@ -1,14 +1,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <limits>
 
 #include "tools/aviprobe/model/findings.h"
 
 // The index against the chunks.
 
 namespace {
-
-constexpr const char* kAdviceIndex = "aviprobe remux FILE -o OUT.avi writes a new index";
 
 bool IsZero(const SIndexRef& ref) { return ref.nSize == 0 && (ref.id == FourCC() || ref.id.Text() == "0000"); }
 
@@ -40,6 +40,7 @@ class IndexCheck {
 
   void Run() {
     CheckOdml();
+    CheckBase();
     if (m_Facts.Entries().empty()) return ReportNone();
     for (const SIndexRef& ref : m_Facts.Entries()) Sort(ref);
     Report();
@@ -59,7 +60,25 @@ class IndexCheck {
                    fmt::format("{} of the OpenDML index cannot be used: {}", CountText(broken.nCount, "part"),
                                m_Map.legacy.empty() ? "players that need it cannot seek, or stop early"
                                                     : "players fall back to the legacy index"),
-                   kAdviceIndex);
+                   kAdviceRemux);
+  }
+
+  /// Offsets that count from nowhere. The library does not mind, it goes by the first of them.
+  void CheckBase() {
+    if (m_Map.legacy.empty() || m_Map.movis.empty() || &m_Facts.Entries() != &m_Map.legacy) return;
+    const int64_t movi = m_Map.chunks[static_cast<size_t>(m_Map.movis.front())].nOffset;
+    int64_t off = std::numeric_limits<int64_t>::max();
+    for (const int64_t usual : {movi + kChunkHeaderBytes, int64_t{0}, movi, -kChunkHeaderBytes}) {
+      const int64_t from = usual - m_Map.nIdx1Base;
+      if (std::abs(from) < std::abs(off)) off = from;
+    }
+    if (off == 0) return;
+    m_Findings.Add({.pCode = "index-mismatch",
+                    .nOffset = m_Map.legacy.front().nAt,
+                    .sConsequence = fmt::format("all entries point {} bytes {} their chunks: this player counts from "
+                                                "the first and finds them, others show garbage or stop",
+                                                std::abs(off), off > 0 ? "behind" : "in front of"),
+                    .sAdvice = kAdviceRemux});
   }
 
   void ReportNone() {
@@ -76,17 +95,26 @@ class IndexCheck {
     }
     m_Findings.Add({.pCode = "index-missing",
                     .sConsequence = "there is no index: seeking jumps to the start only",
-                    .sAdvice = kAdviceIndex});
+                    .sAdvice = kAdviceRemux});
+  }
+
+  /// When what an entry stands for is played: the chunk that it names, else the one behind the last that one named.
+  std::optional<uint32_t> MsOf(const SIndexRef& ref) const {
+    if (ref.nChunk >= 0) return m_Facts.MsAt(ref.nPosition);
+    if (m_nLastGood >= 0) return m_Facts.MsAt(m_nLastGood + 1);
+    return m_Map.movis.empty() ? std::nullopt
+                               : m_Facts.MsAt(m_Map.chunks[static_cast<size_t>(m_Map.movis.front())].nOffset);
   }
 
   void Sort(const SIndexRef& ref) {
-    if (IsZero(ref)) return m_Zero.Hit(ref.nAt);
-    if (IsPastEnd(m_Map, ref)) return m_PastEnd.Hit(ref.nAt);
-    if (!Fits(m_Map, ref)) return m_Mismatch.Hit(ref.nAt);
+    if (IsZero(ref)) return m_Zero.Hit(ref.nAt, MsOf(ref));
+    if (IsPastEnd(m_Map, ref)) return m_PastEnd.Hit(ref.nAt, MsOf(ref));
+    if (!Fits(m_Map, ref)) return m_Mismatch.Hit(ref.nAt, MsOf(ref));
+    m_nLastGood = ref.nPosition;
     if (ref.nStream < 0 || static_cast<size_t>(ref.nStream) >= m_Facts.Tracks().size()) return;
     m_LastOf.resize(m_Facts.Tracks().size(), -1);
     int64_t& last = m_LastOf[static_cast<size_t>(ref.nStream)];
-    if (ref.nPosition <= last) m_Disorder.Hit(ref.nAt);
+    if (ref.nPosition <= last) m_Disorder.Hit(ref.nAt, MsOf(ref));
     last = std::max(last, ref.nPosition);
   }
 
@@ -142,6 +170,7 @@ class IndexCheck {
   const SFileMap& m_Map;
   const FileFacts& m_Facts;
   STally m_Zero, m_PastEnd, m_Mismatch, m_Disorder;
+  int64_t m_nLastGood = -1;         // position that the newest fitting entry names
   std::vector<int64_t> m_LastOf{};  // highest position so far, by track
   std::vector<bool> m_Named{};      // chunks that are in the index
 };

@@ -78,7 +78,7 @@ SMarks ReadMarks(KeyProbe* probe, const Findings& findings, const STrackFacts& t
     marks.nKeys += ref.bKey;
     if (!ref.bKey || ref.nChunk < 0) continue;
     const SChunk& chunk = findings.Map().chunks[static_cast<size_t>(ref.nChunk)];
-    if (chunk.bData && probe->IsKey(chunk) == false) marks.wrong.Hit(ref.nAt);
+    if (chunk.bData && probe->IsKey(chunk) == false) marks.wrong.Hit(ref.nAt, findings.Facts().MsAt(chunk.nOffset));
   }
   return marks;
 }

@@ -144,11 +144,19 @@ void CheckLoss(const STrackFacts& track, Findings* findings) {
       .sConsequence = early ? fmt::format("the {} stops at {}", TrackText(track), ShareText(at, track.present.nMs))
                             : fmt::format("{:.1f} s of {} are left out on the way", static_cast<double>(lost) / 1000,
                                           TrackText(track)),
-      .sAdvice = "aviprobe packets FILE lists what arrives; " + RemuxAdvice(*findings)};
+      .sAdvice = "aviprobe packets FILE lists what arrives\n" + RemuxAdvice(*findings)};
   if (early) finding.nTimeMs = static_cast<uint32_t>(at);
   const auto& units = track.pPlayed->units;
   if (early && !units.empty() && units.back().nPosition >= 0) finding.nOffset = units.back().nPosition;
   findings->Add(std::move(finding));
+}
+
+/// A copy's header has what the sound's frames say. Of other codecs it has what this header says.
+std::string ClockAdvice(uint32_t codec) {
+  if (codec == AVI_CODEC_EAC3 || codec == AVI_CODEC_PCM) {
+    return "aviprobe remux FILE -o OUT.avi writes a header by which this player's times are right";
+  }
+  return "compare the format's byte rate with the stream's\n" + std::string(kAdviceFields);
 }
 
 /// Sound that is all there, with times that are not its header's.
@@ -169,14 +177,7 @@ void CheckClock(const STrackFacts& track, Findings* findings) {
                          ? "half"
                          : fmt::format("{:.2f} of the", static_cast<double>(timed) / static_cast<double>(there)),
                      ClockText(timed), ClockText(there)),
-                 .sAdvice = "compare the format's byte rate with the stream's; " + std::string(kAdviceFields)});
-}
-
-/// Whether each unit is read as one, from the start of a chunk's data.
-bool ReadsWholeChunks(const STrackFacts& track) {
-  const uint32_t codec = track.pPlayed->info.nCodecId;
-  if (track.pHeader->IsVideo()) return codec != AVI_CODEC_MPEG12;
-  return track.pHeader->IsAudio() && codec == AVI_CODEC_PCM;
+                 .sAdvice = ClockAdvice(played.info.nCodecId)});
 }
 
 /// Whether a chunk of the track stands there, known to the map or hidden from it by damage.
@@ -191,7 +192,7 @@ bool IsChunkData(const STrackFacts& track, int64_t position, const Findings& fin
 }
 
 void CheckGarbage(const STrackFacts& track, FileSource& source, Findings* findings) {
-  if (!ReadsWholeChunks(track)) return;
+  if (!track.pHeader->IsVideo() && !track.pHeader->IsAudio()) return;
   STally wrong;
   uint64_t read = 0;
   for (const SPlayedUnit& unit : track.pPlayed->units) {
@@ -244,7 +245,7 @@ void CheckPlayback(FileSource& source, Findings* findings) {
     return findings->Add({.pCode = "library-refuses",
                           .nOffset = 0,
                           .sConsequence = "nothing plays: the library answers " + StatusText(playback->nOpenStatus),
-                          .sAdvice = kAdviceNotOpened});
+                          .sAdvice = kAdviceNoCopy});
   }
   if (playback->tracks.empty()) {
     findings->Add({.pCode = "no-track",

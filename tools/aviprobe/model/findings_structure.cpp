@@ -24,13 +24,19 @@ class StructureCheck {
   void Run() {
     for (size_t i = 0; i < m_Map.marks.size(); ++i) {
       const size_t chunk = m_Map.marks[i].nChunk;
+      if (chunk >= m_Map.OwnChunks()) break;
       if (i == 0 || m_Map.marks[i - 1].nChunk != chunk) Sort(chunk);
     }
-    for (const SLeftOver& left : m_Map.leftOver) Sort(left);
+    for (const SLeftOver& left : m_Map.leftOver) {
+      if (left.nOffset < OwnEnds()) Sort(left);
+    }
     Report();
+    ReportJoined();
   }
 
  private:
+  int64_t OwnEnds() const { return m_Map.joined ? m_Map.chunks[*m_Map.joined].nOffset : m_Map.nSize; }
+
   /// What ends late because the list around it does says nothing of its own.
   bool IsCutWithParent(const SChunk& chunk) const {
     for (int32_t parent = chunk.nParent; parent >= 0;) {
@@ -89,12 +95,12 @@ class StructureCheck {
            .nOffset = m_Truncated.nFirst,
            .nTimeMs = facts.MsAt(m_Map.nSize),
            .sConsequence = fmt::format("{} bytes are missing at the end; what is there plays {}", m_nMissing, share),
-           .sAdvice = kAdviceSource + std::string("; ") + kAdviceRemux});
+           .sAdvice = kAdviceSource + std::string("\n") + kAdviceRemux});
     }
     m_Findings.Add("size-zero", m_SizeZero, {},
                    CountText(m_SizeZero.nCount, "chunk") +
                        " of size 0: players that go by the size find nothing in it and do not open the file",
-                   m_Findings.Playback() ? kAdviceRemux : kAdviceResync);
+                   kAdviceRemux);
     m_Findings.Add("chunk-overrun", m_Overrun, {},
                    CountText(m_Overrun.nCount, "chunk") +
                        " longer than the list around it: players stop there or skip what follows",
@@ -115,6 +121,7 @@ class StructureCheck {
         CountText(m_Garbage.nCount, "place") + " with bytes between chunks: a player without an index may stop there",
         kAdviceRemux);
     const std::optional<uint32_t> lostAt = m_nLostAt ? facts.MsAt(*m_nLostAt) : std::nullopt;
+    m_SyncLost.nFirstMs = lostAt;
     m_Findings.Add("sync-lost", m_SyncLost, {},
                    lostAt ? fmt::format("a player that reads on without an index stops at {}",
                                         ShareText(*lostAt, facts.ExpectedMs()))
@@ -124,6 +131,20 @@ class StructureCheck {
     m_Findings.Add("unknown-chunk-id", m_UnknownId, {},
                    CountText(m_UnknownId.nCount, "chunk") + " that players skip; if data hide in it they are lost",
                    "aviprobe tree FILE marks it");
+  }
+
+  void ReportJoined() {
+    if (!m_Map.joined) return;
+    const int64_t at = OwnEnds();
+    m_Findings.Add({.pCode = "trailing-data",
+                    .nOffset = at,
+                    .sConsequence = fmt::format("another AVI file begins here, to the end are {} bytes: players play "
+                                                "the first only, or stumble over the second",
+                                                m_Map.nSize - at),
+                    .sAdvice = fmt::format("tail -c +{} FILE > OUT.avi gives the second file\n"
+                                           "head -c {} FILE > OUT.avi gives the first file",
+                                           at + 1, at)},
+                   ESeverity::kWarning);
   }
 
   Findings& m_Findings;

@@ -107,7 +107,7 @@ class SyncCheck {
          .sConsequence =
              fmt::format("sound runs {:.1f} s {} the picture at the end",
                          static_cast<double>(std::abs(difference)) / 1000, difference > 0 ? "behind" : "ahead of"),
-         .sAdvice = "compare the rates of both streams with those of the source; " + std::string(kAdviceFields)});
+         .sAdvice = "compare the rates of both streams with those of the source\n" + std::string(kAdviceFields)});
   }
 
   void ReportEnd(const char* code, const STrackFacts& track, int64_t endsMs, uint64_t ofMs) {

@@ -66,7 +66,7 @@ void ReadStreamChunk(FileSource& source, const SFileMap& map, size_t number, SSt
 
 void ReadHeaders(FileSource& source, SFileMap* map) {
   int32_t list = -1;  // of the newest stream
-  for (size_t i = 0; i < map->chunks.size(); ++i) {
+  for (size_t i = 0; i < map->OwnChunks(); ++i) {
     const SChunk& chunk = map->chunks[i];
     if (chunk.id == FourCC("avih") && !map->main) {
       map->main = DecodeMain(ReadOwnData(source, *map, i, kMainBytes), chunk.DataOffset());

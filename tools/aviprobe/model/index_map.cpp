@@ -61,7 +61,7 @@ class IndexReader {
 
   void Read() {
     int16_t stream = kNoStream;
-    for (size_t i = 0; i < m_Map.chunks.size(); ++i) {
+    for (size_t i = 0; i < m_Map.OwnChunks(); ++i) {
       const SChunk& chunk = m_Map.chunks[i];
       if (chunk.bList && chunk.type == FourCC("strl") && stream < std::numeric_limits<int16_t>::max()) ++stream;
       if (chunk.bList && chunk.type == FourCC("movi")) m_Map.movis.push_back(static_cast<int32_t>(i));
@@ -197,13 +197,19 @@ class IndexReader {
     return hits;
   }
 
+  /// The base by which the first entry names the first chunk of movi: the library's, however the offsets count.
+  int64_t FromFirst(int64_t movi) const {
+    const bool relative = !m_Map.legacy.empty() && !m_Map.movis.empty() && m_Map.legacy.front().nPosition < movi;
+    return relative ? movi + 4 - m_Map.legacy.front().nPosition : movi;
+  }
+
   /// Offsets count from the form type of movi or from the start of the file, to a chunk's header or to its data.
   void Resolve() {
     const int64_t movi =
         m_Map.movis.empty() ? 0 : m_Map.chunks[static_cast<size_t>(m_Map.movis.front())].nOffset + kChunkHeaderBytes;
     m_Map.nIdx1Base = movi;
     size_t best = 0;
-    for (const int64_t base : {movi, int64_t{0}, movi - kChunkHeaderBytes, -kChunkHeaderBytes}) {
+    for (const int64_t base : {movi, int64_t{0}, movi - kChunkHeaderBytes, -kChunkHeaderBytes, FromFirst(movi)}) {
       if (const size_t hits = Hits(base); hits > best) {
         best = hits;
         m_Map.nIdx1Base = base;

@@ -14,7 +14,7 @@ bool OdmlBroken(const SFileMap& map) {
 }
 
 void CountChunks(const SFileMap& map, std::vector<STrackFacts>* tracks) {
-  for (size_t i = 0; i < map.chunks.size(); ++i) {
+  for (size_t i = 0; i < map.OwnChunks(); ++i) {
     const SChunk& chunk = map.chunks[i];
     if (!chunk.bData || chunk.nStream < 0 || static_cast<size_t>(chunk.nStream) >= tracks->size()) continue;
     STrackFacts& track = (*tracks)[static_cast<size_t>(chunk.nStream)];
@@ -68,7 +68,7 @@ uint64_t STrackFacts::DeliveredMs() const {
   return units.size() < 2 ? last : last + (last - std::min<uint64_t>(last, units[units.size() - 2].nTimeMs));
 }
 
-FileFacts::FileFacts(const SFileMap& map, const SPlayback* playback) : m_bOdmlBroken(OdmlBroken(map)) {
+FileFacts::FileFacts(const SFileMap& map, const SPlayback* playback) : m_Map(map), m_bOdmlBroken(OdmlBroken(map)) {
   m_pEntries = map.odml.empty() || (m_bOdmlBroken && !map.legacy.empty()) ? &map.legacy : &map.odml;
   for (size_t i = 0; i < map.streams.size(); ++i) {
     m_Tracks.push_back({.nTrack = static_cast<int>(i), .pHeader = &map.streams[i]});
@@ -81,6 +81,7 @@ FileFacts::FileFacts(const SFileMap& map, const SPlayback* playback) : m_bOdmlBr
       amount->nMs = track.MsOf(amount->nChunks, amount->nBytes);
     };
     track.present.nChunks = track.chunks.size();
+    if (!track.chunks.empty()) m_nDataEnd = std::max(m_nDataEnd, OwnEnd(map, track.chunks.back()));
     complete(&track.present);
     complete(&track.indexed);
     track.nDeclaredUnits = track.pHeader->nLength;
@@ -104,6 +105,14 @@ void FileFacts::FindMain() {
       if (m_nMain < 0 && (track.pHeader->*wanted)()) m_nMain = track.nTrack;
     }
   }
+}
+
+std::optional<uint32_t> FileFacts::MsOfData(int64_t offset) const {
+  if (offset >= m_nDataEnd) return std::nullopt;
+  const auto behind = std::upper_bound(m_Map.chunks.begin(), m_Map.chunks.end(), offset,
+                                       [](int64_t at, const SChunk& chunk) { return at < chunk.nOffset; });
+  const bool inIndex = behind != m_Map.chunks.begin() && std::prev(behind)->id.Text().starts_with("ix");
+  return inIndex ? std::nullopt : MsAt(offset);
 }
 
 std::optional<uint32_t> FileFacts::MsAt(int64_t offset) const {

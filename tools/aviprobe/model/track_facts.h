@@ -51,7 +51,10 @@ class FileFacts {
   const std::vector<STrackFacts>& Tracks() const { return m_Tracks; }
   /// The track by which a file is timed: the first video, else the first audio track; null without both.
   const STrackFacts* Main() const { return m_nMain < 0 ? nullptr : &m_Tracks[static_cast<size_t>(m_nMain)]; }
-  /// When the chunks at this offset are played; none in front of the data, and without a main track.
+  /// When what stands at this offset matters; none in front of the data and behind them, in an index among them, and
+  /// without a main track.
+  std::optional<uint32_t> MsOfData(int64_t offset) const;
+  /// When the chunks behind this offset are played; none in front of the data, and without a main track.
   std::optional<uint32_t> MsAt(int64_t offset) const;
   /// The index that players use: that of OpenDML when it is whole, else "idx1".
   const std::vector<SIndexRef>& Entries() const { return *m_pEntries; }
@@ -67,7 +70,8 @@ class FileFacts {
 
   std::vector<STrackFacts> m_Tracks{};
   int m_nMain = -1;
-  int64_t m_nDataAt = 0;
+  const SFileMap& m_Map;
+  int64_t m_nDataAt = 0, m_nDataEnd = 0;
   std::vector<int64_t> m_Offsets{};  // of the main track's chunks
   const std::vector<SIndexRef>* m_pEntries;
   bool m_bOdmlBroken;
