@@ -3,10 +3,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <regex>
 #include <set>
+#include <sstream>
 
 #include "tests/aviprobe/run_tool.h"
 #include "tests/support/avi_builder.h"
@@ -299,6 +301,53 @@ SBroken ShiftedIndex() {
   return {file.bytes, first};
 }
 
+SBroken AllEntriesShifted() {
+  AviFile file = Good();
+  for (size_t i = 0; i < 2 * kFrames; ++i) file.bytes[static_cast<size_t>(IndexEntry(file, i)) + 8] += 3;
+  return {file.bytes, IndexEntry(file, 0)};
+}
+
+/// The library finds by the first entry what all count from.
+SBroken FirstEntryShifted() {
+  AviFile file = Good();
+  file.bytes[static_cast<size_t>(IndexEntry(file, 0)) + 8] += 3;
+  return {file.bytes, static_cast<int64_t>(file.chunks[1]) + 8 - 3};
+}
+
+SBroken Joined() {
+  const Bytes good = Good().bytes;
+  return {Join({good, good}), static_cast<int64_t>(good.size())};
+}
+
+/// Without the pictures 40 to 69.
+SBroken PicturesMissing() {
+  AviBuilder builder = Headers({.stated = kFrames - 30});
+  for (size_t i = 0; i < kFrames; ++i) {
+    if (i < 40 || i >= 70) builder.Chunk(0, Picture(i % 25 == 0), i % 25 == 0);
+    builder.Chunk(1, Sound());
+  }
+  const AviFile file = builder.OldIndex().Build();
+  return {file.bytes, static_cast<int64_t>(file.chunks[110])};
+}
+
+/// No list has data, and another one, among the headers, has no type.
+SBroken NoDataList() {
+  AviBuilder builder = Headers();
+  Play(&builder, 0, kFrames);
+  AviFile file = builder.InHeader(Chunk("LIST", "ab")).Build();
+  file.Put(file.Find("movi") - 8, "JUNK");
+  return {file.bytes, std::nullopt};
+}
+
+/// A note in front of an error.
+SBroken NoteAndError() {
+  AviFile file;
+  file.bytes = WithHeaders({.bufferSize = 250}, "strh").bytes;
+  const size_t at = Good().chunks[40];
+  file.Put(at + 4, Le32(0x40000000 + 300));
+  return {file.bytes, static_cast<int64_t>(at)};
+}
+
 /// Writes over a part of the nth header of a kind.
 SBroken InHeader(const std::string& id, size_t nth, size_t field, const Data& data) {
   const size_t at = Good().Find(id, nth);
@@ -339,6 +388,7 @@ const SRow kRows[] = {
            return SBroken{Join({good, Bytes(100)}), static_cast<int64_t>(good.size())};
          },
      .code = "trailing-data"},
+    {.name = "TwoFilesJoined", .make = Joined, .code = "trailing-data"},
     {.name = "BytesBetweenChunks", .make = GarbageInMovi, .code = "garbage"},
     {.name = "ChunkBeyondItsList", .make = OverrunAtEnd, .code = "chunk-overrun", .also = {"index-missing"}},
     {.name = "ListWithoutType", .make = [] { return BehindMovi(Chunk("LIST", "ab")); }, .code = "list-broken"},
@@ -412,6 +462,11 @@ const SRow kRows[] = {
      .make = ShiftedIndex,
      .code = "delivered-garbage",
      .also = {"index-mismatch", "index-short"}},
+    {.name = "AllEntriesBesideTheirChunks", .make = AllEntriesShifted, .code = "index-mismatch"},
+    {.name = "FirstEntryBesideItsChunk",
+     .make = FirstEntryShifted,
+     .code = "delivered-garbage",
+     .also = {"index-mismatch", "index-short"}},
     {.name = "SuperIndexPointsElsewhere", .make = BrokenSuperIndex, .code = "odml-broken"},
     {.name = "NoKeyFlags",
      .make =
@@ -438,6 +493,10 @@ const SRow kRows[] = {
     {.name = "SoundOfAnotherSpeed",
      .make = [] { return SoundOf([](size_t) { return kFrameSound - 100; }, {}); },
      .code = "audio-drift"},
+    {.name = "SoundMissingInTheMiddle",
+     .make = [] { return SoundOf([](size_t i) { return i < 40 || i >= 70 ? kFrameSound : 0; }, 111); },
+     .code = "gap"},
+    {.name = "PicturesMissingInTheMiddle", .make = PicturesMissing, .code = "gap"},
     {.name = "SoundEndsEarly",
      .make = [] { return SoundOf([](size_t i) { return i < 50 ? kFrameSound : 0; }, 99); },
      .code = "audio-short"},
@@ -513,11 +572,6 @@ std::vector<std::string> CommandsIn(const std::string& advice) {
   return commands;
 }
 
-bool KnowsIgnoreIndex() {
-  static const bool knows = RunTool("--help").sOutput.find("--ignore-index") != std::string::npos;
-  return knows;
-}
-
 TEST_P(BrokenFile, AdvisesCommandsThatWork) {
   const TempFolder folder;
   const std::string path = folder.Write("broken.avi", GetParam().make().bytes);
@@ -529,10 +583,6 @@ TEST_P(BrokenFile, AdvisesCommandsThatWork) {
     EXPECT_NE(command.find(path), std::string::npos) << command;
     if (const size_t out = command.find("OUT.avi"); out != std::string::npos) {
       command.replace(out, 7, folder.Path(std::to_string(command.size()) + ".avi"));
-    }
-    // Of a tool that cannot look past an index yet the rest of the command has to work.
-    if (const size_t at = command.find(" --ignore-index"); at != std::string::npos && !KnowsIgnoreIndex()) {
-      command.erase(at, 15);
     }
     const SRun run = RunTool(command);
     const bool noAvi = command.starts_with("tree");  // shows other files, too
@@ -609,12 +659,105 @@ TEST(Check, TellsWhenAndWhatAViewerMeets) {
       << Text(findings);
 }
 
+struct STimeRow {
+  std::string name;
+  std::function<SBroken()> make;
+  std::string code;
+  std::optional<uint32_t> ms;
+};
+void PrintTo(const STimeRow& row, std::ostream* out) { *out << row.name; }
+
+class FindingTime : public testing::TestWithParam<STimeRow> {};
+
+TEST_P(FindingTime, IsWhenItMatters) {
+  const TempFolder folder;
+  const std::vector<SFinding> findings = CheckFile(folder.Write("broken.avi", GetParam().make().bytes));
+  const auto found = std::find_if(findings.begin(), findings.end(),
+                                  [](const SFinding& finding) { return finding.pCode == GetParam().code; });
+  ASSERT_NE(found, findings.end()) << Text(findings);
+  EXPECT_EQ(found->nTimeMs, GetParam().ms) << Text(findings);
+}
+
+const STimeRow kTimes[] = {
+    {.name = "EntryOfZeros", .make = [] { return Entry(20, 0, Bytes(16)); }, .code = "index-zero", .ms = 400},
+    {.name = "EntryBeyondTheEnd",
+     .make = [] { return Entry(50, 8, Le32(0x7FFFFFFF)); },
+     .code = "index-past-end",
+     .ms = 1000},
+    {.name = "EntryWithAnotherSize",
+     .make = [] { return Entry(20, 12, Le32(250)); },
+     .code = "index-mismatch",
+     .ms = 400},
+    {.name = "IndexEmpty", .make = EmptyIndex, .code = "index-zero", .ms = {}},
+    {.name = "BytesBehindTheEnd",
+     .make =
+         [] {
+           return SBroken{Join({Good().bytes, Bytes(100)}), {}};
+         },
+     .code = "trailing-data",
+     .ms = {}},
+    {.name = "BytesBetweenChunks", .make = GarbageInMovi, .code = "garbage", .ms = 2000},
+    {.name = "DataListEndsEarly",
+     .make =
+         [] {
+           const AviFile file = Good();
+           const size_t movi = file.Find("movi");
+           return Put(movi - 4, Le32(file.chunks[100] - movi), {});
+         },
+     .code = "sync-lost",
+     .ms = 2000},
+};
+INSTANTIATE_TEST_SUITE_P(Check, FindingTime, testing::ValuesIn(kTimes), [](const auto& row) { return row.param.name; });
+
+TEST(Check, WorstComesFirst) {
+  const TempFolder folder;
+  const std::vector<SFinding> findings = CheckFile(folder.Write("broken.avi", NoteAndError().bytes));
+  ASSERT_GE(findings.size(), 2u) << Text(findings);
+  EXPECT_EQ(findings.front().severity, ESeverity::kError) << Text(findings);
+  EXPECT_EQ(findings.back().severity, ESeverity::kNote) << Text(findings);
+}
+
+TEST(Check, JoinedFilesAreCutAsAdvised) {
+  const TempFolder folder;
+  const std::vector<SFinding> findings = CheckFile(folder.Write("joined.avi", Joined().bytes));
+  ASSERT_EQ(findings.size(), 1u) << Text(findings);
+  std::istringstream advice(findings[0].sAdvice);
+  std::string command;
+  size_t commands = 0;
+  const std::string out = folder.Path("out.avi");
+  for (; std::getline(advice, command); ++commands) {
+    command = command.substr(0, command.find(" gives "));
+    command.replace(command.find("OUT.avi"), 7, out);
+    ASSERT_EQ(std::system(command.c_str()), 0) << command;
+    std::ifstream cut(out, std::ios::binary);
+    EXPECT_EQ(Bytes(std::istreambuf_iterator<char>(cut), {}), Good().bytes) << command;
+  }
+  EXPECT_EQ(commands, 2u) << findings[0].sAdvice;
+}
+
+/// MPEG pictures are cut from what is read, which begins where a chunk's data do all the same.
+TEST(Check, PicturesCutFromRubbishAreNamed) {
+  std::ifstream in(std::string(ZU_SAMPLES_DIR) + "/mpeg2-mp2.avi", std::ios::binary);
+  AviFile file;
+  file.bytes.assign(std::istreambuf_iterator<char>(in), {});
+  const auto entries = static_cast<size_t>(file.bytes.size() - file.Find("idx1") - 8) / 16;
+  for (size_t i = 1; i < entries; ++i) file.bytes[static_cast<size_t>(IndexEntry(file, i)) + 8] ^= 1;
+  const TempFolder folder;
+  const std::vector<SFinding> findings = CheckFile(folder.Write("broken.avi", file.bytes));
+  std::set<int> tracks;
+  for (const SFinding& finding : findings) {
+    if (finding.pCode == std::string("delivered-garbage")) tracks.insert(finding.nTrack.value_or(-1));
+  }
+  EXPECT_EQ(tracks, std::set<int>{0}) << Text(findings);  // of the sound nothing is delivered
+}
+
 struct STextRow {
   std::string name;
   std::function<Bytes()> make;
   std::string code;
   ESeverity severity;
   std::string consequence;  ///< part of it
+  bool aborts = false;      ///< the library would end the process
 };
 void PrintTo(const STextRow& row, std::ostream* out) { *out << row.name; }
 
@@ -625,9 +768,8 @@ TEST_P(Consequence, IsWhatAViewerMeets) {
   FileSource source(folder.Write("broken.avi", GetParam().make()), false);
   const SFileMap map = MapFile(source, folder.Path("broken.avi"));
   static const Host host(OwnLibrary());
-  // A list too short for its type ends the library's process.
   std::optional<SPlayback> playback;
-  if (GetParam().code != std::string("list-broken")) playback = Play(host, map.sPath);
+  if (!GetParam().aborts) playback = Play(host, map.sPath);
   const std::vector<SFinding> findings = Check(map, playback ? &*playback : nullptr, source);
   const bool said = std::any_of(findings.begin(), findings.end(), [](const SFinding& finding) {
     return finding.pCode == GetParam().code && finding.severity == GetParam().severity &&
@@ -646,7 +788,14 @@ const STextRow kTexts[] = {
      .make = [] { return Put(Good().Find("movi") - 4, Le32(1), {}).bytes; },
      .code = "list-broken",
      .severity = ESeverity::kWarning,
-     .consequence = "size 1 cannot be"},
+     .consequence = "size 1 cannot be",
+     .aborts = true},
+    {.name = "NoDataListBesideAnotherBrokenOne",
+     .make = [] { return NoDataList().bytes; },
+     .code = "header-missing",
+     .severity = ESeverity::kError,
+     .consequence = "no list with data",
+     .aborts = true},
     {.name = "DataListEndsEarly",
      .make =
          [] {
@@ -674,7 +823,7 @@ TEST_P(Sample, HasNoFindingBut) {
   const std::string name = GetParam();
   std::set<std::string> found, expected;
   if (name == "no-index.avi") expected.insert("index-missing");  // made without one on purpose
-  if (name == "eac3.avi") expected.insert("audio-clock");        // its header's byte rate is twice the true one
+  if (name == "eac3.avi") expected.insert("audio-clock");  // the library takes twice the true rate from its frames
   const std::vector<SFinding> findings = CheckFile(std::string(ZU_SAMPLES_DIR) + "/" + name);
   for (const SFinding& finding : findings) found.insert(finding.pCode);
   EXPECT_EQ(found, expected) << Text(findings);
@@ -759,7 +908,7 @@ INSTANTIATE_TEST_SUITE_P(Check, CheckBatch, testing::ValuesIn(kBatches),
 struct SSayRow {
   std::string name;
   std::string arguments;  ///< FOLDER stands for the files'
-  std::string wanted;
+  std::string wanted;     ///< or unwanted
 };
 void PrintTo(const SSayRow& row, std::ostream* out) { *out << row.name; }
 
@@ -786,5 +935,30 @@ const SSayRow kSays[] = {
     {.name = "AbortInTheTable", .arguments = "FOLDERabort.avi FOLDERgood.avi", .wanted = "\nlibrary aborts "},
 };
 INSTANTIATE_TEST_SUITE_P(Check, CheckSays, testing::ValuesIn(kSays), [](const auto& row) { return row.param.name; });
+
+TEST_F(CheckFolder, AdviceIsPrintedOnce) {
+  m_Folder.Write("short.avi", ShortIndex().bytes);
+  const std::string text = Run("FOLDERshort.avi").sOutput;
+  const size_t first = text.find("--ignore-index");
+  ASSERT_NE(first, std::string::npos) << text;
+  EXPECT_EQ(text.find("--ignore-index", first + 1), std::string::npos) << text;
+  const std::string json = Run("--json FOLDERshort.avi").sOutput;
+  EXPECT_NE(json.find("--ignore-index"), json.rfind("--ignore-index")) << json;
+}
+
+class CheckSaysNot : public CheckFolder, public testing::WithParamInterface<SSayRow> {};
+
+TEST_P(CheckSaysNot, What) {
+  const SRun run = Run(GetParam().arguments);
+  EXPECT_EQ(run.sOutput.find(GetParam().wanted), std::string::npos) << run.sOutput;
+}
+
+const SSayRow kUnsaid[] = {
+    {.name = "RemuxAfterAnAbort", .arguments = "FOLDERabort.avi", .wanted = "aviprobe remux"},
+    {.name = "CheckAfterAnAbort", .arguments = "FOLDERabort.avi", .wanted = "aviprobe check"},
+    {.name = "RemuxBeforePlaying", .arguments = "--quick FOLDERnoindex.avi", .wanted = "aviprobe remux"},
+};
+INSTANTIATE_TEST_SUITE_P(Check, CheckSaysNot, testing::ValuesIn(kUnsaid),
+                         [](const auto& row) { return row.param.name; });
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <span>
 
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/host/isolation.h"
@@ -28,7 +29,7 @@ std::vector<uint64_t> CountEmptyFrames(const std::string& path) {
   FileSource source(path, false);
   const SFileMap map = MapFile(source, path, {.bEntries = false});
   std::vector<uint64_t> counts(map.streams.size());
-  for (const SChunk& chunk : map.chunks) {
+  for (const SChunk& chunk : std::span(map.chunks).first(map.OwnChunks())) {
     const bool empty = chunk.bData && chunk.nSize == 0 && chunk.nStream >= 0;
     if (empty && static_cast<size_t>(chunk.nStream) < counts.size()) ++counts[static_cast<size_t>(chunk.nStream)];
   }

@@ -136,15 +136,15 @@ class StructureCheck {
   void ReportJoined() {
     if (!m_Map.joined) return;
     const int64_t at = OwnEnds();
-    m_Findings.Add({.pCode = "trailing-data",
-                    .nOffset = at,
-                    .sConsequence = fmt::format("another AVI file begins here, to the end are {} bytes: players play "
-                                                "the first only, or stumble over the second",
-                                                m_Map.nSize - at),
-                    .sAdvice = fmt::format("tail -c +{} FILE > OUT.avi gives the second file\n"
-                                           "head -c {} FILE > OUT.avi gives the first file",
-                                           at + 1, at)},
-                   ESeverity::kWarning);
+    m_Findings.Add(
+        {.pCode = "trailing-data",
+         .nOffset = at,
+         .sConsequence = fmt::format("another AVI file begins here, {} bytes to the end: players play the first only",
+                                     m_Map.nSize - at),
+         .sAdvice = fmt::format("tail -c +{} FILE > OUT.avi gives the second file\n"
+                                "head -c {} FILE > OUT.avi gives the first file",
+                                at + 1, at)},
+        ESeverity::kWarning);
   }
 
   Findings& m_Findings;

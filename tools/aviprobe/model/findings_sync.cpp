@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include "tools/aviprobe/model/findings.h"
 
@@ -32,12 +33,39 @@ class SoundClock {
   bool m_bByBytes = false;
 };
 
+/// Finds where a track of two that lie side by side has a hole: there the other one goes on alone.
+class HoleSearch {
+ public:
+  /// The next chunk of the track, which begins at `ms` where the other one has come to `otherMs`.
+  void Take(size_t chunk, int64_t ms, int64_t otherMs) {
+    const int64_t alone = (otherMs - m_nOtherMs) - (ms - m_nMs);
+    if (chunk > 0 && alone > m_nLongest) {
+      m_nSecond = std::exchange(m_nLongest, alone);
+      m_nChunk = chunk;
+    } else if (chunk > 0) {
+      m_nSecond = std::max(m_nSecond, alone);
+    }
+    m_nMs = ms;
+    m_nOtherMs = otherMs;
+  }
+
+  /// Whether one hole explains so much of a difference: a drift has many small ones, and so have large chunks.
+  bool Explains(int64_t differenceMs) const { return m_nLongest > 2 * m_nSecond && 5 * m_nLongest > 4 * differenceMs; }
+  size_t Chunk() const { return m_nChunk; }  ///< the first behind it
+  int64_t Ms() const { return m_nLongest; }
+
+ private:
+  int64_t m_nMs = 0, m_nOtherMs = 0, m_nLongest = 0, m_nSecond = 0;
+  size_t m_nChunk = 0;
+};
+
 /// How far the sound is ahead of the picture where their chunks lie side by side.
 struct SSkew {
   int64_t nStartMs = 0;  ///< behind the first chunk of both
   int64_t nEndMs = 0;    ///< where the first of the two ends
   int64_t nMostMs = 0;   ///< the farthest, of any sign
-  STally far{};          ///< chunks that are too far away from what is shown with them
+  HoleSearch video{}, audio{};
+  STally far{};  ///< chunks that are too far away from what is shown with them
 };
 
 class SyncCheck {
@@ -61,6 +89,8 @@ class SyncCheck {
     return i < track.chunks.size() ? track.chunks[i] : UINT32_MAX;
   }
 
+  int64_t VideoMs(size_t chunk) const { return static_cast<int64_t>(m_Video.MsBefore(chunk)); }
+
   SSkew Walk() const {
     SSkew skew;
     const std::vector<SChunk>& chunks = m_Findings.Map().chunks;
@@ -70,15 +100,17 @@ class SyncCheck {
       const bool isVideo = NextOf(m_Video, v) < NextOf(m_Audio, a);
       const uint32_t number = isVideo ? m_Video.chunks[v] : m_Audio.chunks[a];
       // A chunk waits for the other track when it is ahead of it, and is waited for when it is behind.
-      const int64_t ahead = m_Clock.MsBefore(a) - static_cast<int64_t>(m_Video.MsBefore(v));
+      const int64_t ahead = m_Clock.MsBefore(a) - VideoMs(v);
       const bool bothGoOn = v < m_Video.chunks.size() && a < m_Audio.chunks.size();
       const bool late = isVideo ? ahead > kInterleaveMs : ahead < -kInterleaveMs;
       if (late) {
         skew.far.Hit(chunks[number].nOffset);
         if (std::abs(ahead) > std::abs(skew.nMostMs)) skew.nMostMs = ahead;
       }
+      isVideo ? skew.video.Take(v, VideoMs(v), m_Clock.MsBefore(a))
+              : skew.audio.Take(a, m_Clock.MsBefore(a), VideoMs(v));
       ++(isVideo ? v : a);
-      const int64_t behind = m_Clock.MsBefore(a) - static_cast<int64_t>(m_Video.MsBefore(v));
+      const int64_t behind = m_Clock.MsBefore(a) - VideoMs(v);
       if (!begun && v > 0 && a > 0) skew.nStartMs = behind;
       begun = begun || (v > 0 && a > 0);
       if (bothGoOn) skew.nEndMs = behind;
@@ -92,11 +124,26 @@ class SyncCheck {
     const int64_t grown = skew.nEndMs - skew.nStartMs;
     const bool drifts = std::abs(difference) > kDriftMs && std::abs(grown) > kDriftMs &&
                         (grown > 0) == (difference > 0) && skew.far.nCount < m_Audio.chunks.size() / 2 + 1;
+    const HoleSearch& hole = difference > 0 ? skew.video : skew.audio;
+    if (drifts && hole.Explains(std::abs(grown))) return ReportHole(difference > 0 ? m_Video : m_Audio, hole);
     if (drifts) return ReportDrift(difference);
     if (difference < -kEndsApartMs) ReportEnd("audio-short", m_Audio, m_Clock.Ms(), m_Video.present.nMs);
     if (difference > kEndsApartMs) {
       ReportEnd("video-short", m_Video, static_cast<int64_t>(m_Video.present.nMs), static_cast<uint64_t>(m_Clock.Ms()));
     }
+  }
+
+  void ReportHole(const STrackFacts& track, const HoleSearch& hole) {
+    const int64_t at = m_Findings.Map().chunks[track.chunks[hole.Chunk()]].nOffset;
+    m_Findings.Add({.pCode = "gap",
+                    .nOffset = at,
+                    .nTimeMs = static_cast<uint32_t>(track.MsBefore(hole.Chunk())),
+                    .nTrack = track.nTrack,
+                    .sConsequence = fmt::format(
+                        "{:.1f} s of {} are not in the file: from {} on sound runs {} the picture",
+                        static_cast<double>(hole.Ms()) / 1000, TrackText(track),
+                        ClockText(track.MsBefore(hole.Chunk())), track.pHeader->IsAudio() ? "ahead of" : "behind"),
+                    .sAdvice = kAdviceSource});
   }
 
   void ReportDrift(int64_t difference) {

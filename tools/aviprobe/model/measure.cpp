@@ -29,7 +29,7 @@ std::optional<double> SStreamMeasure::BitRate() const {
 
 std::vector<SStreamMeasure> MeasureStreams(const SFileMap& map) {
   std::vector<SStreamMeasure> streams(map.streams.size());
-  for (const SChunk& chunk : map.chunks) {
+  for (const SChunk& chunk : std::span(map.chunks).first(map.OwnChunks())) {
     if (!IsUnit(chunk) || static_cast<size_t>(chunk.nStream) >= streams.size()) continue;
     SStreamMeasure& stream = streams[static_cast<size_t>(chunk.nStream)];
     ++stream.nChunks;

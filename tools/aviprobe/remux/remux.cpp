@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <memory>
 
 #include "tools/aviprobe/host/file_source.h"
@@ -24,6 +25,7 @@
 namespace {
 
 constexpr int64_t kWorthANoteMs = 100;
+constexpr int64_t kScaleAt = 20;  // of dwScale in "strh"; dwRate is behind it
 
 SFileMap MapWhole(const std::string& path) {
   FileSource source(path, false);
@@ -86,6 +88,7 @@ class Copy {
     Begin(&muxer);
     WriteAll(&muxer);
     muxer.Finish();
+    if (m_Job.container == EContainer::kAvi) CountInSamples();
     for (const auto& lane : m_Lanes) m_Done.tracks.push_back(lane->Result());
     if (m_Job.container == EContainer::kAvi) Verify();
     AddNotes();
@@ -161,6 +164,26 @@ class Copy {
     m_nSecond = ms / 1000;
     m_Progress.Stage("copying at " + ClockText(ms));
     m_Progress.Done(std::min(ms / static_cast<double>(std::max(m_File.Duration(), 1ul)), 1.0));
+  }
+
+  /// The library takes twice the true bit rate from the frames of E-AC-3, unless the header counts in samples.
+  void CountInSamples() {
+    for (size_t i = 0; i < m_Lanes.size(); ++i) {
+      const AVCodecParameters& codec = *m_Lanes[i]->Parameters().codec;
+      if (codec.codec_id != AV_CODEC_ID_EAC3 || codec.frame_size <= 0) continue;
+      const SFileMap copy = MapWhole(m_Job.sTemporary);
+      if (i >= copy.streams.size() || !copy.streams[i].nStrhOffset) continue;
+      const int64_t at = *copy.streams[i].nStrhOffset;
+      PutLe32(at + kScaleAt, static_cast<uint32_t>(codec.frame_size));
+      PutLe32(at + kScaleAt + 4, static_cast<uint32_t>(codec.sample_rate));
+    }
+  }
+
+  void PutLe32(int64_t at, uint32_t value) const {
+    std::fstream file(m_Job.sTemporary, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(at);
+    for (int shift = 0; shift < 32; shift += 8) file.put(static_cast<char>(value >> shift & 0xFF));
+    if (!file.flush()) throw HostError(m_Job.sOutput + ": cannot be written");
   }
 
   /// Plays the copy, from a file without trouble.

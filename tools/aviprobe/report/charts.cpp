@@ -158,6 +158,16 @@ std::string ByteMapChart(const Json& byteMap, const Json& findings, const std::s
   return plot.Svg();
 }
 
+/// "no gaps", "2 gaps, no end": what was not delivered at the end is no gap.
+std::string GapsText(const Json& lane) {
+  const Json& gaps = ListOf(lane, "gaps");
+  const Json& delivered = ListOf(lane, "delivered");
+  const bool noEnd = !gaps.empty() && (delivered.empty() || gaps.back()[0] >= delivered.back()[1]);
+  const size_t count = gaps.size() - (noEnd ? 1 : 0);
+  if (count == 0) return noEnd ? "no end" : "no gaps";
+  return fmt::format("{} gap{}{}", count, count == 1 ? "" : "s", noEnd ? ", no end" : "");
+}
+
 std::string TimeLineChart(const Json& timeLine, const Json& findings, const std::string& key) {
   const Json& lanes = ListOf(timeLine, "lanes");
   const size_t count = LanesOf(lanes);
@@ -165,9 +175,7 @@ std::string TimeLineChart(const Json& timeLine, const Json& findings, const std:
   if (count == 0 || end <= 0) return {};
   std::string spoken = "What was delivered when: ";
   for (size_t i = 0; i < count; ++i) {
-    const size_t gaps = ListOf(lanes[i], "gaps").size();
-    spoken += fmt::format("{}{} {}", i ? ", " : "", TextOf(lanes[i], "name"),
-                          gaps ? fmt::format("with {} gaps", gaps) : std::string("without gaps"));
+    spoken += fmt::format("{}{} with {}", i ? ", " : "", TextOf(lanes[i], "name"), GapsText(lanes[i]));
   }
   Plot plot(spoken, key, EAxis::kTime, {0, end}, static_cast<double>(count) * kLane);
   plot.Inside(Marks(plot, findings, "time_ms"));
@@ -181,12 +189,7 @@ std::string TimeLineChart(const Json& timeLine, const Json& findings, const std:
     plot.Inside(fmt::format(R"(<path class="fill {}" d="{}"/>)", Kind(lane),
                             Boxes(plot, ListOf(lane, "delivered"), middle, kBar)));
     plot.Inside(fmt::format(R"(<path class="gap" d="{}"/>)", Boxes(plot, ListOf(lane, "gaps"), middle, kBar)));
-    const size_t gaps = ListOf(lane, "gaps").size();
-    plot.LineName(middle,
-                  gaps == 0   ? "no gaps"
-                  : gaps == 1 ? "1 gap"
-                              : fmt::format("{} gaps", gaps),
-                  gaps ? "damage" : "quiet");
+    plot.LineName(middle, GapsText(lane), ListOf(lane, "gaps").empty() ? "quiet" : "damage");
   }
   return plot.Svg();
 }
