@@ -319,6 +319,11 @@ SBroken Joined() {
   return {Join({good, good}), static_cast<int64_t>(good.size())};
 }
 
+SBroken JoinedWithoutIndex() {
+  const Bytes first = NoIndex().bytes;
+  return {Join({first, Good().bytes}), static_cast<int64_t>(first.size())};
+}
+
 /// Without the pictures 40 to 69.
 SBroken PicturesMissing() {
   AviBuilder builder = Headers({.stated = kFrames - 30});
@@ -389,6 +394,10 @@ const SRow kRows[] = {
          },
      .code = "trailing-data"},
     {.name = "TwoFilesJoined", .make = Joined, .code = "trailing-data"},
+    {.name = "TwoFilesJoinedWithoutIndex",
+     .make = JoinedWithoutIndex,
+     .code = "trailing-data",
+     .also = {"index-missing"}},
     {.name = "BytesBetweenChunks", .make = GarbageInMovi, .code = "garbage"},
     {.name = "ChunkBeyondItsList", .make = OverrunAtEnd, .code = "chunk-overrun", .also = {"index-missing"}},
     {.name = "ListWithoutType", .make = [] { return BehindMovi(Chunk("LIST", "ab")); }, .code = "list-broken"},
@@ -779,6 +788,16 @@ TEST_P(Consequence, IsWhatAViewerMeets) {
 }
 
 const STextRow kTexts[] = {
+    {.name = "JoinedFileIsNotPlayed",
+     .make = [] { return Joined().bytes; },
+     .code = "trailing-data",
+     .severity = ESeverity::kWarning,
+     .consequence = "players play the first only"},
+    {.name = "JoinedFileIsPlayedWithoutIndex",
+     .make = [] { return JoinedWithoutIndex().bytes; },
+     .code = "trailing-data",
+     .severity = ESeverity::kError,
+     .consequence = "goes on into it"},
     {.name = "SoundOfRateZeroHasTimes",
      .make = [] { return InHeader("strh", 1, 24, Le32(0)).bytes; },
      .code = "rate-zero",

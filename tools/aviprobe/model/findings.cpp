@@ -17,12 +17,32 @@ void STally::Hit(int64_t offset, std::optional<uint32_t> ms) {
   ++nCount;
 }
 
+namespace {
+
+/// Without an index the library reads on to the end of what is there.
+bool DeliversBehind(const SPlayback& playback, int64_t offset) {
+  return std::any_of(playback.tracks.begin(), playback.tracks.end(), [&](const STrackPlayback& track) {
+    return std::any_of(track.units.begin(), track.units.end(),
+                       [&](const SPlayedUnit& unit) { return unit.nPosition >= offset; });
+  });
+}
+
+}  // namespace
+
+Findings::Findings(const SFileMap& map, const SPlayback* playback, const FileFacts& facts)
+    : m_Map(map), m_pPlayback(playback), m_Facts(facts) {
+  m_bPlaysJoined = playback && map.joined && DeliversBehind(*playback, map.chunks[*map.joined].nOffset);
+}
+
 void Findings::Add(SFinding finding, std::optional<ESeverity> severity) {
   const SFindingKind& kind = FindingKind(finding.pCode);
   finding.pCode = kind.pCode;
   finding.severity = severity.value_or(kind.severity);
   const bool opened = m_pPlayback && m_pPlayback->bOpened;
   if (!opened) finding.sAdvice = ReplaceAdvice(finding.sAdvice, "remux", m_pPlayback ? kAdviceNoCopy : kAdvicePlay);
+  if (m_bPlaysJoined) {
+    finding.sAdvice = ReplaceAdvice(finding.sAdvice, "remux", AdviceHead(m_Map.chunks[*m_Map.joined].nOffset));
+  }
   finding.sAdvice = NameFile(std::move(finding.sAdvice), m_Map.sPath);
   if (finding.nOffset && !finding.nTimeMs) finding.nTimeMs = m_Facts.MsOfData(*finding.nOffset);
   m_Found.push_back(std::move(finding));
@@ -66,6 +86,8 @@ std::vector<SFinding> Findings::Take() {
   });
   return std::move(m_Found);
 }
+
+std::string AdviceHead(int64_t offset) { return fmt::format("head -c {} FILE > OUT.avi gives the first file", offset); }
 
 std::string ReplaceAdvice(const std::string& advice, std::string_view command, std::string_view instead) {
   const std::string start = fmt::format("aviprobe {} ", command);

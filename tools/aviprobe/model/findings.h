@@ -24,16 +24,17 @@ struct STally {
 /// The file that is being checked, and what has been found in it.
 class Findings {
  public:
-  Findings(const SFileMap& map, const SPlayback* playback, const FileFacts& facts)
-      : m_Map(map), m_pPlayback(playback), m_Facts(facts) {}
+  Findings(const SFileMap& map, const SPlayback* playback, const FileFacts& facts);
 
   const SFileMap& Map() const { return m_Map; }
   const SPlayback* Playback() const { return m_pPlayback; }
   const FileFacts& Facts() const { return m_Facts; }
+  /// The library delivers data of another AVI file that is joined on: what comes is not to be held against this one.
+  bool PlaysJoined() const { return m_bPlaysJoined; }
 
   /// Severity, that of the code unless given, and, where there is an offset among the data but no time, the time are
-  /// filled in. Advice names the file where it says FILE, and no remux where the library does not open the file, or
-  /// was not asked to.
+  /// filled in. Advice names the file where it says FILE, and no remux where the library does not open the file, was
+  /// not asked to, or plays more than the file.
   void Add(SFinding finding, std::optional<ESeverity> severity = {});
   /// Nothing when nothing was counted.
   void Add(std::string_view code, const STally& tally, std::optional<int> track, const std::string& consequence,
@@ -45,6 +46,7 @@ class Findings {
   const SFileMap& m_Map;
   const SPlayback* m_pPlayback;
   const FileFacts& m_Facts;
+  bool m_bPlaysJoined = false;
   std::vector<SFinding> m_Found{};
 };
 
@@ -63,6 +65,8 @@ void CheckPlayback(FileSource& source, Findings* findings);
 std::string CountText(uint64_t count, std::string_view noun);
 /// "00:01:30.000 of 00:03:00.000".
 std::string ShareText(uint64_t ms, uint64_t ofMs);
+/// How to cut off what begins there.
+std::string AdviceHead(int64_t offset);
 /// Advice with other lines for those that name a command of aviprobe.
 std::string ReplaceAdvice(const std::string& advice, std::string_view command, std::string_view instead);
 /// "picture", "sound" or "stream 2".

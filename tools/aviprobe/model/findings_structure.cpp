@@ -136,15 +136,15 @@ class StructureCheck {
   void ReportJoined() {
     if (!m_Map.joined) return;
     const int64_t at = OwnEnds();
+    const bool into = m_Findings.PlaysJoined();
     m_Findings.Add(
         {.pCode = "trailing-data",
          .nOffset = at,
-         .sConsequence = fmt::format("another AVI file begins here, {} bytes to the end: players play the first only",
-                                     m_Map.nSize - at),
-         .sAdvice = fmt::format("tail -c +{} FILE > OUT.avi gives the second file\n"
-                                "head -c {} FILE > OUT.avi gives the first file",
-                                at + 1, at)},
-        ESeverity::kWarning);
+         .sConsequence = fmt::format(
+             "another AVI file begins here, {} bytes to the end: {}", m_Map.nSize - at,
+             into ? "this player goes on into it by the headers of the first" : "players play the first only"),
+         .sAdvice = fmt::format("tail -c +{} FILE > OUT.avi gives the second file\n", at + 1) + AdviceHead(at)},
+        into ? ESeverity::kError : ESeverity::kWarning);
   }
 
   Findings& m_Findings;
