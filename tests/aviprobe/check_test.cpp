@@ -229,6 +229,13 @@ SBroken EmptyPictures(const std::function<bool(size_t)>& empty, size_t chunk) {
   return {file.bytes, static_cast<int64_t>(file.chunks[chunk])};
 }
 
+SBroken RefusedWithEmptyPictures() {
+  AviFile file;
+  file.bytes = EmptyPictures([](size_t i) { return i % 4 == 3; }, 6).bytes;
+  file.Put(file.Find("avih") + 8 + 24, Le32(3));
+  return {file.bytes, 0};
+}
+
 /// Each picture with so much sound; `last` is the chunk at which the finding stands, or the sound's header.
 SBroken SoundOf(const std::function<size_t(size_t)>& bytesOf, std::optional<size_t> chunk) {
   size_t bytes = 0;
@@ -425,6 +432,10 @@ const SRow kRows[] = {
          },
      .code = "library-refuses",
      .also = {"stream-count"}},
+    {.name = "LibraryRefusesWhatHasEmptyPictures",
+     .make = RefusedWithEmptyPictures,
+     .code = "library-refuses",
+     .also = {"stream-count", "empty-chunks"}},
     {.name = "DataOfNoStream", .make = Orphan, .code = "orphan-chunks"},
     {.name = "LengthTooLong",
      .make = [] { return WithHeaders({.stated = 1000}, "strh"); },

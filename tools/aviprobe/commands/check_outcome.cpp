@@ -40,10 +40,12 @@ Json FactsOf(const SOutcome& outcome) {
   facts["gave_up"] = outcome.bGaveUp;
   if (!outcome.bGaveUp) return facts;
   if (!told) facts["verdict"] = "errors";
-  // What was found before says to play it.
+  // What was found before says to play it, one way or the other.
+  const std::string instead = NameFile(kAdviceResync, outcome.sPath);
   for (Json& finding : facts["findings"]) {
-    finding["advice"] =
-        ReplaceAdvice(finding["advice"].get<std::string>(), "check", NameFile(kAdviceResync, outcome.sPath));
+    for (const char* command : {"check", "packets"}) {
+      finding["advice"] = ReplaceAdvice(finding["advice"].get<std::string>(), command, instead);
+    }
   }
   AddFinding({.pCode = "library-aborts",
               .severity = FindingKind("library-aborts").severity,

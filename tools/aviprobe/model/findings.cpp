@@ -40,6 +40,7 @@ void Findings::Add(SFinding finding, std::optional<ESeverity> severity) {
   finding.severity = severity.value_or(kind.severity);
   const bool opened = m_pPlayback && m_pPlayback->bOpened;
   if (!opened) finding.sAdvice = ReplaceAdvice(finding.sAdvice, "remux", m_pPlayback ? kAdviceNoCopy : kAdvicePlay);
+  if (!opened && m_pPlayback) finding.sAdvice = ReplaceAdvice(finding.sAdvice, "packets", kAdviceResync);
   if (m_bPlaysJoined) {
     finding.sAdvice = ReplaceAdvice(finding.sAdvice, "remux", AdviceHead(m_Map.chunks[*m_Map.joined].nOffset));
   }
