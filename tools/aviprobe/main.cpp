@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string_view>
 
+#include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/commands/examples.h"
 #include "tools/aviprobe/host/isolation.h"
@@ -17,6 +18,9 @@
 #include "tools/aviprobe/text/shown.h"
 
 namespace {
+
+/// Whole numbers. An unsigned option alone would take a minus sign as a huge number.
+CLI::Validator From(int64_t low) { return CLI::Range(low, kMaxInt).description(""); }
 
 /// "N:STATUS".
 SSimulation::SFailure ParseFailure(const std::string& text) {
@@ -35,14 +39,14 @@ void AddSourceOptions(CLI::App& app, SSimulation& simulation) {
                "Hide the length of the file, as a source still being received does");
   app.add_option("--chunk-bytes", simulation.nChunkBytes, "Let each read of the file deliver at most that much")
       ->type_name("BYTES")
-      ->check(Within(1, kMaxInt));
+      ->check(From(1));
   app.add_option_function<std::string>(
          "--fail-at", [&](const std::string& text) { simulation.failure = ParseFailure(text); },
          "Let the Nth read, counted from 1, and all behind it fail with this status")
       ->type_name("N:STATUS");
   app.add_option("--block-every", simulation.nBlockEvery, "Let each Nth read say that it would block")
       ->type_name("N")
-      ->check(Within(2, kMaxInt));
+      ->check(From(2));
   app.add_flag_callback(
       "--ignore-index", [&] { simulation.hiddenChunks = IndexChunks; },
       "Hide the indexes: what a damaged one leaves out is played too");
@@ -53,12 +57,12 @@ void AddHostOptions(CLI::App& app, SHostOptions& options) {
       ->type_name("PATH");
   app.add_option("--buffer", options.nBuffer, "Size of the buffer for one unit, instead of one that grows with need")
       ->type_name("BYTES")
-      ->check(Within(1, kMaxInt));
+      ->check(From(1));
   AddSourceOptions(app, options);
   app.add_option("--timeout", options.nSeconds, "How long the work on one file may take")
       ->type_name("SECONDS")
       ->capture_default_str()
-      ->check(Within(1, kMaxInt));
+      ->check(From(1));
   app.add_flag("--in-process", options.bInProcess, "Start no process for a file's work: for debuggers");
   app.add_flag("--json", options.bJson, "Print JSON, one record a line");
   app.add_flag("-v,--verbose", options.nVerbosity,

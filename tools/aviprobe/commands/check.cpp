@@ -1,11 +1,11 @@
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <optional>
 
 #include "tools/aviprobe/commands/check_outcome.h"
 #include "tools/aviprobe/commands/check_text.h"
+#include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/model/check_facts.h"
@@ -108,14 +108,11 @@ std::string CodeTable() {
 
 void AddCheck(CLI::App& app, Command& command) {
   auto options = std::make_shared<SCheckOptions>();
-  CLI::App* check = app.add_subcommand("check", "Say what is wrong with files, and what a viewer meets");
-  check->add_option("FILE", options->files, "AVI files")->required();
-  check->add_flag("--strict", options->bStrict, "Notes, too, make the exit code 1");
-  check->add_flag("--quick", options->bQuick, "Look at structure and index only, play nothing");
-  check->add_option("--jobs", options->nJobs, "Files at the same time")
-      ->type_name("N")
-      ->capture_default_str()
-      ->check(Within(1, 64));
-  check->footer(CodeTable() + "\n" + check->get_footer());
-  check->callback([=, &command] { command = [=](const SHostOptions& host) { return RunCheck(host, *options); }; });
+  CommandOptions check(app, "check", "Say what is wrong with files, and what a viewer meets");
+  check.Files(&options->files);
+  check.Flag("--strict", &options->bStrict, "Notes, too, make the exit code 1");
+  check.Flag("--quick", &options->bQuick, "Look at structure and index only, play nothing");
+  check.Number("--jobs", &options->nJobs, {1, 64}, "N", "Files at the same time").ShowDefault();
+  check.Epilogue(CodeTable());
+  check.OnRead([=, &command] { command = [=](const SHostOptions& host) { return RunCheck(host, *options); }; });
 }

@@ -1,12 +1,13 @@
 #ifndef ZU_TOOLS_AVIPROBE_COMMANDS_COMMANDS_H_
 #define ZU_TOOLS_AVIPROBE_COMMANDS_COMMANDS_H_
 
-#include <CLI/CLI.hpp>
-#include <cstdint>
 #include <functional>
-#include <limits>
 
 #include "tools/aviprobe/host/host.h"
+
+namespace CLI {
+class App;
+}
 
 /// What the user asked for; made while the command line is read, run when all of it is known. Prints on stdout and
 /// returns the exit code of the tool.
@@ -41,12 +42,5 @@ void AddTree(CLI::App& app, Command& command);
 void AddLayout(CLI::App& app, Command& command);
 /// A page with all of it, for a browser.
 void AddReport(CLI::App& app, Command& command);
-
-// For their options.
-
-/// Accepts whole numbers from `low` to `high`. An unsigned option alone would take a minus sign as a huge number.
-inline CLI::Validator Within(int64_t low, int64_t high) { return CLI::Range(low, high).description(""); }
-constexpr int64_t kMaxTime = std::numeric_limits<uint32_t>::max();
-constexpr int64_t kMaxInt = std::numeric_limits<int32_t>::max();
 
 #endif  // ZU_TOOLS_AVIPROBE_COMMANDS_COMMANDS_H_

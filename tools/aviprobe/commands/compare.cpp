@@ -1,9 +1,9 @@
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstring>
 
+#include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/model/alignment.h"
@@ -246,8 +246,8 @@ int RunCompare(const SHostOptions& hostOptions, const SCompareOptions& options) 
 
 void AddCompare(CLI::App& app, Command& command) {
   auto options = std::make_shared<SCompareOptions>();
-  CLI::App* compare = app.add_subcommand("compare", "Name the units that one file delivers and the other does not");
-  compare->add_option("FILE", options->files, "The two AVI files, A and B")->required()->expected(2);
-  compare->add_flag("!--no-times", options->bTimes, "Equal units need not come at equal times");
-  compare->callback([=, &command] { command = [=](const SHostOptions& host) { return RunCompare(host, *options); }; });
+  CommandOptions compare(app, "compare", "Name the units that one file delivers and the other does not");
+  compare.Files(&options->files, "The two AVI files, A and B", 2);
+  compare.Flag("!--no-times", &options->bTimes, "Equal units need not come at equal times");
+  compare.OnRead([=, &command] { command = [=](const SHostOptions& host) { return RunCompare(host, *options); }; });
 }

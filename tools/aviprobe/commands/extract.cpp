@@ -2,7 +2,6 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -12,6 +11,7 @@
 #include <set>
 #include <utility>
 
+#include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/model/parameter_sets.h"
@@ -251,12 +251,12 @@ int RunExtract(const Host& host, const SExtractOptions& options, const std::stri
 /// Several files must not write over each other.
 void CheckNames(const SExtractOptions& options) {
   if (options.files.size() > 1 && options.nTrack) {
-    throw CLI::ValidationError("--output", "takes one file; --all takes several");
+    RefuseUsage("--output: takes one file; --all takes several");
   }
   std::set<std::filesystem::path> names;
   for (const std::string& file : options.files) {
     if (names.insert(std::filesystem::path(file).stem()).second) continue;
-    throw CLI::ValidationError("FILE", file + ": another file has this name; extract it to another folder");
+    RefuseUsage("FILE: " + file + ": another file has this name; extract it to another folder");
   }
 }
 
@@ -264,18 +264,17 @@ void CheckNames(const SExtractOptions& options) {
 
 void AddExtract(CLI::App& app, Command& command) {
   auto options = std::make_shared<SExtractOptions>();
-  CLI::App* extract = app.add_subcommand("extract", "Write elementary streams as the decoders get them");
-  extract->add_option("FILE", options->files, "AVI files")->required();
-  CLI::Option* track = extract->add_option("--track", options->nTrack, "Only this track")->type_name("N");
-  CLI::Option* output = extract->add_option("-o,--output", options->sOutput, "Where to, - is stdout")->type_name("OUT");
-  track->check(Within(0, kMaxInt))->needs(output);
-  output->needs(track);
-  CLI::Option* all =
-      extract->add_option("--all", options->sFolder, "Every track, to DIR/trackN.EXT; of several files to DIR/NAME/")
-          ->type_name("DIR");
-  all->excludes(track)->excludes(output);
-  extract->callback([=, &command] {
-    if (all->empty() && track->empty()) throw CLI::RequiredError("--track with --output, or --all");
+  CommandOptions extract(app, "extract", "Write elementary streams as the decoders get them");
+  extract.Files(&options->files);
+  CommandOption track = extract.Track("--track", &options->nTrack, "Only this track");
+  CommandOption output = extract.Text("-o,--output", &options->sOutput, "OUT", "Where to, - is stdout");
+  CommandOption all =
+      extract.Text("--all", &options->sFolder, "DIR", "Every track, to DIR/trackN.EXT; of several files to DIR/NAME/");
+  track.Needs(output);
+  output.Needs(track);
+  all.Excludes(track).Excludes(output);
+  extract.OnRead([=, &command] {
+    if (!all.Given() && !track.Given()) RefuseUsage("--track with --output, or --all is required");
     CheckNames(*options);
     command = [=](const SHostOptions& hostOptions) {
       const Host host(hostOptions);

@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
-
+#include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/host/core_view.h"
 #include "tools/aviprobe/host/isolation.h"
@@ -66,10 +65,10 @@ int RunIndex(const SHostOptions& host, const SIndexOptions& options, const std::
 
 void AddIndex(CLI::App& app, Command& command) {
   auto options = std::make_shared<SIndexOptions>();
-  CLI::App* index = app.add_subcommand("index", "List the entries of the file's index");
-  index->add_option("FILE", options->files, "AVI files")->required();
-  index->add_option("--track", options->nTrack, "Only this track")->type_name("N")->check(Within(0, kMaxInt));
-  index->callback([=, &command] {
+  CommandOptions index(app, "index", "List the entries of the file's index");
+  index.Files(&options->files);
+  index.Track("--track", &options->nTrack, "Only this track");
+  index.OnRead([=, &command] {
     command = [=](const SHostOptions& host) {
       return WorstExit(ForEachFile(host, {}, options->files, [&](const std::string& path, Progress& progress) {
         return RunIndex(host, *options, path, progress);

@@ -1,6 +1,6 @@
-#include <CLI/CLI.hpp>
 #include <memory>
 
+#include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/commands/info_facts.h"
 
@@ -44,10 +44,9 @@ int RunInfo(const SHostOptions& options, const SInfoOptions& wanted) {
 
 void AddInfo(CLI::App& app, Command& command) {
   auto options = std::make_shared<SInfoOptions>();
-  CLI::App* info = app.add_subcommand("info", "Show duration, indexes, tracks and their configuration");
-  info->add_option("FILE", options->files, "AVI files")->required();
-  info->add_flag("--brief", options->bBrief, "A line per file");
-  info->add_flag("--play", options->bPlay,
-                 "Play each track too, to tell what the library delivers of it; takes longer");
-  info->callback([=, &command] { command = [=](const SHostOptions& host) { return RunInfo(host, *options); }; });
+  CommandOptions info(app, "info", "Show duration, indexes, tracks and their configuration");
+  info.Files(&options->files);
+  info.Flag("--brief", &options->bBrief, "A line per file");
+  info.Flag("--play", &options->bPlay, "Play each track too, to tell what the library delivers of it; takes longer");
+  info.OnRead([=, &command] { command = [=](const SHostOptions& host) { return RunInfo(host, *options); }; });
 }

@@ -2,11 +2,11 @@
 
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <memory>
 
+#include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/text/json_line.h"
@@ -184,20 +184,13 @@ int RunLayout(const SHostOptions& host, const SLayoutOptions& options) {
 
 void AddLayout(CLI::App& app, Command& command) {
   auto options = std::make_shared<SLayoutOptions>();
-  CLI::App* layout =
-      app.add_subcommand("layout", "Show how the tracks lie beside each other, and what reading them takes");
-  layout->add_option("FILE", options->files, "AVI files")->required();
-  layout
-      ->add_option_function<std::string>(
-          "--bucket",
-          [=](const std::string& text) {
-            const std::optional<uint32_t> time = ParseTime(text);
-            if (!time || *time == 0) throw CLI::ValidationError("--bucket", "takes a time above 0: 1s, 500ms, 1m");
-            options->nBucketMs = *time;
-          },
-          "Length of the stretches of the movie's time, 1s unless given")
-      ->type_name("TIME");
-  layout->add_flag("--csv", options->bCsv, "Print comma-separated values, a row per stretch and track");
-  layout->add_flag("--summary", options->bSummary, "Only what is said of the whole file")->excludes("--csv");
-  layout->callback([=, &command] { command = [=](const SHostOptions& host) { return RunLayout(host, *options); }; });
+  CommandOptions layout(app, "layout", "Show how the tracks lie beside each other, and what reading them takes");
+  layout.Files(&options->files);
+  layout.Time("--bucket", &options->nBucketMs, "Length of the stretches of the movie's time, 1s unless given");
+  CommandOption csv = layout.Flag("--csv", &options->bCsv, "Print comma-separated values, a row per stretch and track");
+  layout.Flag("--summary", &options->bSummary, "Only what is said of the whole file").Excludes(csv);
+  layout.OnRead([=, &command] {
+    if (options->nBucketMs == 0) RefuseUsage("--bucket: takes a time above 0: 1s, 500ms, 1m");
+    command = [=](const SHostOptions& host) { return RunLayout(host, *options); };
+  });
 }

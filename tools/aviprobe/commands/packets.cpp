@@ -1,9 +1,9 @@
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <span>
 
+#include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/model/file_map.h"
@@ -211,19 +211,18 @@ int RunPackets(const Host& host, const SPacketsOptions& options, const std::stri
 
 void AddPackets(CLI::App& app, Command& command) {
   auto options = std::make_shared<SPacketsOptions>();
-  CLI::App* packets = app.add_subcommand("packets", "List the units that the library delivers");
-  packets->add_option("FILE", options->files, "AVI files")->required();
-  packets->add_option("--track", options->nTrack, "Only this track")->type_name("N")->check(Within(0, kMaxInt));
-  packets->add_flag("--hash", options->bHash, "Add a hash of the bytes (FNV-1a, 64 bits)");
-  packets->add_flag("--pos", options->bPosition, "Add where in the file the library read it");
-  packets->add_flag("--key", options->bKey, "Add whether it is a key frame, as far as its bytes tell");
+  CommandOptions packets(app, "packets", "List the units that the library delivers");
+  packets.Files(&options->files);
+  packets.Track("--track", &options->nTrack, "Only this track");
+  packets.Flag("--hash", &options->bHash, "Add a hash of the bytes (FNV-1a, 64 bits)");
+  packets.Flag("--pos", &options->bPosition, "Add where in the file the library read it");
+  packets.Flag("--key", &options->bKey, "Add whether it is a key frame, as far as its bytes tell");
   packets
-      ->add_option("--order", options->sOrder, "One track after the other as they are played, or merged as in the file")
-      ->type_name("track|file")
-      ->capture_default_str()
-      ->check(CLI::IsMember({"track", "file"}).description(""));
-  packets->add_flag("--summary", options->bSummary, "Only a line per track and the total");
-  packets->callback([=, &command] {
+      .OneOf("--order", &options->sOrder, {"track", "file"}, "track|file",
+             "One track after the other as they are played, or merged as in the file")
+      .ShowDefault();
+  packets.Flag("--summary", &options->bSummary, "Only a line per track and the total");
+  packets.OnRead([=, &command] {
     command = [=](const SHostOptions& hostOptions) {
       const Host host(hostOptions);
       return WorstExit(ForEachFile(hostOptions, {}, options->files, [&](const std::string& path, Progress& progress) {

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
@@ -11,6 +10,7 @@
 #include <optional>
 #include <set>
 
+#include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/names.h"
@@ -26,7 +26,7 @@ struct SRemuxOptions {
   bool bForce = false;
 };
 
-[[noreturn]] void Refuse(const std::string& message) { throw CLI::ParseError("remux: " + message, kExitUsage); }
+[[noreturn]] void Refuse(const std::string& message) { RefuseUsage("remux: " + message); }
 
 std::optional<EContainer> ContainerOf(const fs::path& path) {
   std::string ending = path.extension().string();
@@ -59,7 +59,7 @@ SRemuxJob MakeJob(const SRemuxOptions& options, const std::string& file) {
 
 /// By input. Everything that can be wrong with the names is wrong before any file is read.
 std::map<std::string, SRemuxJob> MakeJobs(const SRemuxOptions& options) {
-  if (!RemuxIsBuiltIn()) throw CLI::ParseError("remux is not built in", kExitUsage);
+  if (!RemuxIsBuiltIn()) RefuseUsage("remux is not built in");
   if (options.files.size() > 1 && !IsFolder(options.sOutput)) Refuse("several files need a folder: -o DIR/");
   std::map<std::string, SRemuxJob> jobs;
   std::set<std::string> outputs;
@@ -154,13 +154,12 @@ int RunAll(const SHostOptions& hostOptions, const SRemuxOptions& options,
 
 void AddRemux(CLI::App& app, Command& command) {
   auto options = std::make_shared<SRemuxOptions>();
-  CLI::App* remux = app.add_subcommand("remux", "Write a healthy copy of what the library delivers");
-  remux->add_option("FILE", options->files, "AVI files")->required();
-  remux->add_option("-o,--output", options->sOutput, "The copy, .avi or .mkv; DIR/ for DIR/NAME.avi of each file")
-      ->type_name("OUT")
-      ->required();
-  remux->add_flag("--force", options->bForce, "Replace a file of that name, but never the one that is read");
-  remux->callback([=, &command] {
+  CommandOptions remux(app, "remux", "Write a healthy copy of what the library delivers");
+  remux.Files(&options->files);
+  remux.Text("-o,--output", &options->sOutput, "OUT", "The copy, .avi or .mkv; DIR/ for DIR/NAME.avi of each file")
+      .Required();
+  remux.Flag("--force", &options->bForce, "Replace a file of that name, but never the one that is read");
+  remux.OnRead([=, &command] {
     const std::map<std::string, SRemuxJob> jobs = MakeJobs(*options);
     command = [=](const SHostOptions& hostOptions) { return RunAll(hostOptions, *options, jobs); };
   });

@@ -1,11 +1,11 @@
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <filesystem>
 #include <fstream>
 #include <string_view>
 
 #include "tools/aviprobe/commands/check_outcome.h"
+#include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/commands/output_file.h"
 #include "tools/aviprobe/host/isolation.h"
@@ -109,11 +109,11 @@ void CheckNotAFilm(const SReportOptions& options) {
   for (const std::string& file : options.files) {
     std::error_code ignored;
     if (std::filesystem::equivalent(options.sOutput, file, ignored)) {
-      throw CLI::ValidationError("--output", options.sOutput + " is a file that is read");
+      RefuseUsage("--output: " + options.sOutput + " is a file that is read");
     }
   }
   if (BeginsAsAvi(options.sOutput)) {
-    throw CLI::ValidationError("--output", options.sOutput + " begins as an AVI file does: give the page another name");
+    RefuseUsage("--output: " + options.sOutput + " begins as an AVI file does: give the page another name");
   }
 }
 
@@ -133,10 +133,10 @@ int RunReport(const SHostOptions& hostOptions, const SReportOptions& options) {
 
 void AddReport(CLI::App& app, Command& command) {
   auto options = std::make_shared<SReportOptions>();
-  CLI::App* report = app.add_subcommand("report", "Write a page that shows all about files, for a browser");
-  report->add_option("FILE", options->files, "AVI files")->required();
-  report->add_option("-o,--output", options->sOutput, "The page")->type_name("HTML")->required();
-  report->callback([=, &command] {
+  CommandOptions report(app, "report", "Write a page that shows all about files, for a browser");
+  report.Files(&options->files);
+  report.Text("-o,--output", &options->sOutput, "HTML", "The page").Required();
+  report.OnRead([=, &command] {
     CheckNotAFilm(*options);
     command = [=](const SHostOptions& host) { return RunReport(host, *options); };
   });

@@ -1,9 +1,7 @@
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
-
+#include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
-#include "tools/aviprobe/commands/time_option.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/shown.h"
@@ -69,21 +67,15 @@ int RunSeek(const Host& host, const SSeekOptions& options, const std::string& pa
 
 void AddSeek(CLI::App& app, Command& command) {
   auto options = std::make_shared<SSeekOptions>();
-  CLI::App* seek = app.add_subcommand("seek", "Seek and show the unit that comes next");
-  seek->add_option("FILE", options->files, "AVI files")->required();
-  AddTimeOption(*seek, "--at", &options->nAtMs, "Time to go to: 1500, 1500ms, 1.5s, 00:01:30.500")->required();
-  seek->add_option("--mode", options->nMode, "Key frame: 0 at or before, 1 at or after, 2 or 3 the nearer one")
-      ->type_name("0..3")
-      ->capture_default_str()
-      ->check(Within(0, 3));
-  seek->add_option("--kind", options->sKind, "What to seek in, video or audio")
-      ->type_name("KIND")
-      ->capture_default_str()
-      ->check(CLI::IsMember({"video", "audio"}));
-  seek->add_option("--track", options->nTrack, "The track instead of the first one of its kind")
-      ->type_name("N")
-      ->check(Within(0, kMaxInt));
-  seek->callback([=, &command] {
+  CommandOptions seek(app, "seek", "Seek and show the unit that comes next");
+  seek.Files(&options->files);
+  seek.Time("--at", &options->nAtMs, "Time to go to: 1500, 1500ms, 1.5s, 00:01:30.500").Required();
+  seek.Number("--mode", &options->nMode, {0, 3}, "0..3",
+              "Key frame: 0 at or before, 1 at or after, 2 or 3 the nearer one")
+      .ShowDefault();
+  seek.OneOf("--kind", &options->sKind, {"video", "audio"}, "video|audio", "What to seek in").ShowDefault();
+  seek.Track("--track", &options->nTrack, "The track instead of the first one of its kind");
+  seek.OnRead([=, &command] {
     command = [=](const SHostOptions& hostOptions) {
       const Host host(hostOptions);
       return WorstExit(ForEachFile(hostOptions, {}, options->files, [&](const std::string& path, Progress& progress) {

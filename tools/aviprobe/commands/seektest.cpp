@@ -1,10 +1,9 @@
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 
+#include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
-#include "tools/aviprobe/commands/time_option.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/model/file_map.h"
 #include "tools/aviprobe/model/playback.h"
@@ -243,16 +242,16 @@ int RunSeekTest(const Host& host, const SSeekTestOptions& options, const std::st
 
 void AddSeekTest(CLI::App& app, Command& command) {
   auto options = std::make_shared<SSeekTestOptions>();
-  CLI::App* seekTest = app.add_subcommand("seektest", "Seek to every few seconds and show what it takes");
-  seekTest->add_option("FILE", options->files, "AVI files")->required();
-  AddTimeOption(*seekTest, "--every", &options->nEveryMs, "Time from one seek to the next, 5s unless given");
-  seekTest->add_option("--mode", options->sMode, "Key frame: 0 at or before, 1 at or after, 2 or 3 the nearer one")
-      ->type_name("0..3|all")
-      ->capture_default_str()
-      ->check(CLI::IsMember({"0", "1", "2", "3", "all"}).description(""));
-  seekTest->add_flag("--summary", options->bSummary, "No line for each seek");
-  seekTest->callback([=, &command] {
-    if (options->nEveryMs == 0) throw CLI::ValidationError("--every", "0 would never come to the end");
+  CommandOptions seekTest(app, "seektest", "Seek to every few seconds and show what it takes");
+  seekTest.Files(&options->files);
+  seekTest.Time("--every", &options->nEveryMs, "Time from one seek to the next, 5s unless given");
+  seekTest
+      .OneOf("--mode", &options->sMode, {"0", "1", "2", "3", "all"}, "0..3|all",
+             "Key frame: 0 at or before, 1 at or after, 2 or 3 the nearer one")
+      .ShowDefault();
+  seekTest.Flag("--summary", &options->bSummary, "No line for each seek");
+  seekTest.OnRead([=, &command] {
+    if (options->nEveryMs == 0) RefuseUsage("--every: 0 would never come to the end");
     command = [=](const SHostOptions& hostOptions) {
       const Host host(hostOptions);
       return WorstExit(ForEachFile(hostOptions, {}, options->files, [&](const std::string& path, Progress& progress) {

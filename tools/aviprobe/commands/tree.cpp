@@ -1,10 +1,10 @@
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
 #include "tools/aviprobe/host/file_source.h"
 #include "tools/aviprobe/host/isolation.h"
@@ -156,11 +156,10 @@ int RunTree(const SHostOptions& host, const STreeOptions& options) {
 
 void AddTree(CLI::App& app, Command& command) {
   auto options = std::make_shared<STreeOptions>();
-  CLI::App* tree = app.add_subcommand("tree", "List the chunks of files and what is wrong with them");
-  tree->add_option("FILE", options->files, "Any files")->required();
-  tree->add_flag("--skip-data", options->bSkipData,
-                 "Of the data chunks in movi, only those that something is wrong with");
-  tree->add_flag("--resync", options->bResync, "Behind damage, search on for the next chunk");
-  tree->add_flag("--fields", options->bFields, "With the fields of headers and indexes, and what they mean");
-  tree->callback([=, &command] { command = [=](const SHostOptions& host) { return RunTree(host, *options); }; });
+  CommandOptions tree(app, "tree", "List the chunks of files and what is wrong with them");
+  tree.Files(&options->files, "Any files");
+  tree.Flag("--skip-data", &options->bSkipData, "Of the data chunks in movi, only those that something is wrong with");
+  tree.Flag("--resync", &options->bResync, "Behind damage, search on for the next chunk");
+  tree.Flag("--fields", &options->bFields, "With the fields of headers and indexes, and what they mean");
+  tree.OnRead([=, &command] { command = [=](const SHostOptions& host) { return RunTree(host, *options); }; });
 }
