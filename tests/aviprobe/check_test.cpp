@@ -541,7 +541,7 @@ const SRow kRows[] = {
 
 std::string Text(const std::vector<SFinding>& findings) {
   std::string text;
-  for (const SFinding& finding : findings) text += FindingFacts(finding).dump() + "\n";
+  for (const SFinding& finding : findings) text += JsonText(FindingFacts(finding)) + "\n";
   return text;
 }
 

@@ -1,5 +1,6 @@
 #include "tools/aviprobe/host/isolation.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>

@@ -1,5 +1,7 @@
 #include "tools/aviprobe/commands/check_outcome.h"
 
+#include <fmt/format.h>
+
 #include "tools/aviprobe/model/check_facts.h"
 #include "tools/aviprobe/model/findings.h"
 

@@ -1,5 +1,7 @@
 #include "tools/aviprobe/commands/check_text.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <set>
 #include <sstream>
@@ -17,7 +19,7 @@ uint64_t CountOf(const Json& facts, const char* name) { return facts["counts"][n
 
 std::string NameOf(const Json& facts) { return Shown(facts["file"].get<std::string>()); }
 
-std::string OrDash(const Json& value) { return value.is_null() ? "-" : value.dump(); }
+std::string OrDash(const Json& value) { return value.is_null() ? "-" : JsonText(value); }
 
 std::string ClockOrDash(const Json& ms) { return ms.is_null() ? "-" : ClockText(ms.get<uint64_t>()); }
 

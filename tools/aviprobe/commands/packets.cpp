@@ -85,9 +85,7 @@ class Printer {
   }
 
  private:
-  static std::string Quoted(const std::string& text) {
-    return Json(text).dump(-1, ' ', true, Json::error_handler_t::replace);
-  }
+  static std::string Quoted(const std::string& text) { return JsonText(text); }
 
   void JsonUnit(uint32_t track, const SPlayedUnit& unit) const {
     fmt::print(R"({{"record":"unit"{},"track":{},"time_ms":{},"bytes":{})", m_sOfFile, track, unit.nTimeMs,

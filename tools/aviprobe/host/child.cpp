@@ -29,7 +29,7 @@ SPipe MakePipe() {
   return {PipeEnd(ends[0]), PipeEnd(ends[1])};
 }
 
-std::string Line(const Json& note) { return note.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n"; }
+std::string Line(const Json& note) { return JsonText(note, false) + "\n"; }
 
 /// The child's end: lines of JSON. Where the work is goes out now and then, and always when it ends.
 class Notes final : public Progress {

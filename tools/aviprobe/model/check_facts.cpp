@@ -1,5 +1,7 @@
 #include "tools/aviprobe/model/check_facts.h"
 
+#include <fmt/format.h>
+
 #include "tools/aviprobe/model/track_facts.h"
 #include "tools/aviprobe/text/names.h"
 

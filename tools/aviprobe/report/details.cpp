@@ -1,5 +1,7 @@
 #include "tools/aviprobe/report/details.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <optional>
 

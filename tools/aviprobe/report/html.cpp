@@ -1,5 +1,7 @@
 #include "tools/aviprobe/report/html.h"
 
+#include <fmt/format.h>
+
 #include <cmath>
 #include <cstdlib>
 
@@ -32,7 +34,7 @@ std::string EscapeHtml(std::string_view text) {
 
 std::string ScriptJson(const Json& json) {
   std::string out;
-  for (const char c : json.dump(-1, ' ', false, Json::error_handler_t::replace)) {
+  for (const char c : JsonText(json, false)) {
     if (c == '<') {
       out += "\\u003c";  // "</script>" and "<!--" are read before any JSON is
     } else {

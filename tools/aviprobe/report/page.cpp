@@ -1,5 +1,7 @@
 #include "tools/aviprobe/report/page.h"
 
+#include <fmt/format.h>
+
 #include "tools/aviprobe/report/html.h"
 
 namespace {

@@ -1,5 +1,7 @@
 #include "tools/aviprobe/report/plot.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 

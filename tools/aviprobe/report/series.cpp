@@ -1,5 +1,7 @@
 #include "tools/aviprobe/report/series.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 
