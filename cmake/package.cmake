@@ -44,6 +44,7 @@ endif()
 set(CPACK_COMPONENT_DEV_DEPENDS runtime)
 set(CPACK_COMPONENT_TOOLS_DEPENDS runtime)
 set(CPACK_STRIP_FILES ON)
+set(CPACK_PACKAGE_FILE_NAME "${PROJECT_NAME}-${PROJECT_VERSION}-${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR}")
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -57,9 +58,10 @@ set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME "libzu-parser-avi${ZU_SOVERSION}")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "parser of AVI files for media hosts
- A shared library that a media player loads. It is given a source of bytes and
- answers with tracks, codec configuration and compressed access units with
- their times. It decodes nothing and starts no thread.")
+A shared library that a media player loads. It is given a source of bytes and
+answers with tracks, codec configuration and compressed access units with
+their times. It decodes nothing and starts no thread.")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/triggers")
 # All versions bring the same plain name.
 foreach(field IN ITEMS PROVIDES CONFLICTS REPLACES)
   set(CPACK_DEBIAN_RUNTIME_PACKAGE_${field} libzu-parser-avi-plugin)
@@ -68,18 +70,18 @@ endforeach()
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libzu-parser-avi-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_DESCRIPTION "parser of AVI files for media hosts - development files
- The headers that hosts are built with, the files that let CMake and pkg-config
- find the library, and its documents.")
+The headers that hosts are built with, the files that let CMake and pkg-config
+find the library, and its documents.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME aviprobe)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "inspector of AVI files
- A media host on the command line. It says what is wrong with a file, where,
- what a viewer meets, and what to do next; it shows tracks, indexes, units and
- seeks, and writes healthy copies of damaged files.")
+A media host on the command line. It says what is wrong with a file, where,
+what a viewer meets, and what to do next; it shows tracks, indexes, units and
+seeks, and writes healthy copies of damaged files.")
 
 # What Debian wants beside the files themselves is added to the trees that the packages are made of.
-set(CPACK_PRE_BUILD_SCRIPTS "${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian_files.cmake")
+set(CPACK_PRE_BUILD_SCRIPTS "${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/files.cmake")
 set(CPACK_ZU_DOCDIR "${CMAKE_INSTALL_DOCDIR}")
 set(CPACK_ZU_CHANGELOG "${CMAKE_CURRENT_SOURCE_DIR}/CHANGELOG.md")
 include(CPack)
