@@ -16,7 +16,7 @@ CoreView::CoreView(const std::string& path, const SSimulation& simulation, int l
       m_pParser(std::make_unique<CAVIFileParser>()) {
   debug_level = logMask;  // the tool's own copy: the library that it loads has another
   m_pParser->Init(m_pReader.get());
-  if (!m_pParser->ParseAVI(0)) throw m_pSource->ParseError();
+  if (!m_pParser->ParseAVI(0)) m_pSource->ThrowParseError();
 }
 
 CoreView::~CoreView() = default;

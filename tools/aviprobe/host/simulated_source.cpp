@@ -70,6 +70,8 @@ void SimulatedSource::Note(int64_t offset, const void* buffer, uint64_t length) 
   m_Call.nPosition = offset;
 }
 
+void SimulatedSource::ThrowParseError() const { throw ParseError(); }
+
 HostError SimulatedSource::ParseError() const {
   const HostError error = m_File.ParseError();
   return m_bMadeToFail ? HostError(std::string(error.what()) + " (reads were made to fail)") : error;

@@ -48,6 +48,8 @@ class SimulatedSource final : public IDataSource {
   bool HasFailed() const { return m_bFailed; }
   /// What to tell when the file could not be parsed.
   HostError ParseError() const;
+  /// The same for core_view.cpp, which knows no types at run time and so must not throw any.
+  [[noreturn]] void ThrowParseError() const;
 
   // All reads up to now.
   uint64_t Reads() const { return m_nReads; }
