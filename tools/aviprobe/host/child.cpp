@@ -44,7 +44,11 @@ class Notes final : public Progress {
     Update();
   }
   void Tell(const std::string& name, const Json& facts) override { Send(Line({{"tell", name}, {"facts", facts}})); }
-  void SendPlace() { Send(Place()); }
+  /// The work came to its end: what ends the process before that may give it any exit status.
+  void End(int code) {
+    Send(Place());
+    Send(Line({{"exit", code}}));
+  }
 
  private:
   std::string Place() const { return Line({{"stage", m_sStage}, {"done", m_nShare}}); }
@@ -80,7 +84,7 @@ class Notes final : public Progress {
   if (outputFd >= 0) dup2(outputFd, STDOUT_FILENO);
   Notes notes(notesFd);
   const int code = DoWork(work, path, notes);
-  notes.SendPlace();
+  notes.End(code);
   _exit(code);
 }
 
@@ -194,6 +198,8 @@ void Child::TakeNote(const std::string& line) {
   } else if (note.contains("stage")) {
     m_pOutcome->sStage = note["stage"].get<std::string>();
     m_nShare = note["done"].get<double>();
+  } else if (note.contains("exit")) {
+    m_nExit = note["exit"].get<int>();
   }
 }
 
@@ -215,14 +221,13 @@ int Child::Finish(unsigned limitSeconds) {
   }
   m_nPid = -1;
   const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-  const int code = WIFEXITED(status) ? WEXITSTATUS(status) : kExitGaveUp;
-  m_pOutcome->bGaveUp = signal != 0 || code > kExitGaveUp;
-  m_pOutcome->nExit = m_pOutcome->bGaveUp ? kExitGaveUp : code;
+  m_pOutcome->bGaveUp = signal != 0 || !m_nExit;
+  m_pOutcome->nExit = m_pOutcome->bGaveUp ? kExitGaveUp : *m_nExit;
   if (!m_pOutcome->bGaveUp) return 0;
   const char* how = HowEnded(signal);
   m_pOutcome->sHow = m_bOverTime ? fmt::format("took longer than {} s", limitSeconds)
                      : how       ? how
                      : signal    ? fmt::format("was ended by signal {}", signal)
-                                 : fmt::format("ended with status {}", code);
+                                 : fmt::format("ended with status {}", WEXITSTATUS(status));
   return signal;
 }

@@ -77,6 +77,7 @@ class Child {
   PipeEnd m_Notes, m_Output;
   std::string m_sPartial;  // of a line of notes
   double m_nShare = 0;
+  std::optional<int> m_nExit;  // of work that came to its end
   Clock::duration m_Spent{};
   std::optional<Clock::time_point> m_Ending;  // when it was asked to
   bool m_bOverTime = false;

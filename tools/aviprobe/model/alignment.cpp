@@ -63,10 +63,11 @@ std::vector<SPair> LongestInOrder(const std::vector<SPair>& pairs) {
 std::vector<SPair> LongestCommon(Hashes a, Hashes b) {
   const size_t width = b.size() + 1;
   std::vector<uint32_t> lengths((a.size() + 1) * width);  // of what is common to the ends from there on
-  for (size_t i = a.size(); i-- > 0;) {
-    for (size_t j = b.size(); j-- > 0;) {
-      lengths[i * width + j] = a[i] == b[j] ? lengths[(i + 1) * width + j + 1] + 1
-                                            : std::max(lengths[(i + 1) * width + j], lengths[i * width + j + 1]);
+  for (size_t i = a.size(); i > 0; --i) {
+    for (size_t j = b.size(); j > 0; --j) {
+      lengths[(i - 1) * width + j - 1] = a[i - 1] == b[j - 1]
+                                             ? lengths[i * width + j] + 1
+                                             : std::max(lengths[i * width + j - 1], lengths[(i - 1) * width + j]);
     }
   }
   std::vector<SPair> common;
@@ -135,10 +136,10 @@ class Aligner {
   static void PushBetween(const SDifference& range, const std::vector<SPair>& fixed, int round,
                           std::vector<STask>* tasks) {
     size_t endA = range.nA, endB = range.nB;
-    for (size_t i = fixed.size(); i-- > 0;) {
-      PushPart(range, fixed[i].nA + 1, endA, fixed[i].nB + 1, endB, round, tasks);
-      endA = fixed[i].nA;
-      endB = fixed[i].nB;
+    for (auto pair = fixed.rbegin(); pair != fixed.rend(); ++pair) {
+      PushPart(range, pair->nA + 1, endA, pair->nB + 1, endB, round, tasks);
+      endA = pair->nA;
+      endB = pair->nB;
     }
     PushPart(range, 0, endA, 0, endB, round, tasks);
   }
