@@ -14,6 +14,7 @@ struct SIndexEntry {
   uint32_t dwSize;    ///< bits 0 to 30: bytes of data; bit 31 set: NOT a key frame (as in OpenDML index entries)
   uint32_t reserved;  ///< 0
 };
+static_assert(sizeof(void*) == 8, "libzu_parser_avi has no 32-bit interface: its records are those of 64-bit hosts");
 static_assert(sizeof(SIndexEntry) == 16, "index entry");
 static_assert(offsetof(SIndexEntry, qwOffset) == 0 && offsetof(SIndexEntry, dwSize) == 8 &&
                   offsetof(SIndexEntry, reserved) == 12,

@@ -74,6 +74,7 @@ struct TrackInfo {
 };
 
 /// @cond  The host was compiled against these positions.
+static_assert(sizeof(void*) == 8, "libzu_parser_avi has no 32-bit interface: its records are those of 64-bit hosts");
 #define AVI_AT(field, pos) static_assert(offsetof(TrackInfo, field) == pos, #field)
 static_assert(sizeof(TrackInfo) == 192 && alignof(TrackInfo) == 8, "track record");
 static_assert(sizeof(TrackInfo::Video) == 20 && sizeof(TrackInfo::Audio) == 64 && sizeof(TrackInfo::Text) == 24,
