@@ -4,7 +4,7 @@ option(ZU_DOCS "Make the interface's reference with everything else, and install
 if(ZU_DOCS)
   find_package(Doxygen 1.9 REQUIRED)
   set(ZU_DOCS_ALL ALL)
-else()
+elseif(PROJECT_IS_TOP_LEVEL)  # a parent project gets neither Doxygen's settings nor the target
   find_package(Doxygen 1.9 QUIET)
 endif()
 if(NOT DOXYGEN_FOUND)
@@ -36,5 +36,5 @@ set(DOXYGEN_EXCLUDE_PATTERNS */stream_types.h)  # classes between the file and c
 doxygen_add_docs(zu_docs include/zu_parser_avi docs/host-contract.md ${ZU_DOCS_ALL})
 
 if(ZU_DOCS)
-  install(DIRECTORY "${DOXYGEN_OUTPUT_DIRECTORY}/html" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+  install(DIRECTORY "${DOXYGEN_OUTPUT_DIRECTORY}/html" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT dev)
 endif()
