@@ -70,14 +70,20 @@ enum : uint32_t {
 
   /// PCM whose byte rate is below its sample rate, which cannot be. The track is kept, nothing can play it.
   AVI_CODEC_AUDIO_DISABLED = 200,
-  /// ISO/IEC 14496-3. The AudioSpecificConfig, if the file has one, comes from GetAudioConfig. Comes chunk by chunk,
-  /// with ADTS headers or without as the file has it.
+  /// ISO/IEC 14496-3. The AudioSpecificConfig, if the file has one, comes from GetAudioConfig, behind 22 bytes of a
+  /// WAVEFORMATEXTENSIBLE. Comes chunk by chunk, with ADTS headers or without as the file has it.
   AVI_CODEC_AAC = 201,
   /// Layer III of ISO/IEC 11172-3 and 13818-3. Re-cut to frames. GetAudioConfig has nothing and answers AVI_ERROR.
   AVI_CODEC_MP3 = 202,
-  /// ATSC A/52. Re-cut to frames. GetAudioConfig answers 0, normally with 0 bytes. Either byte order.
+  /// ATSC A/52. Re-cut to frames. GetAudioConfig answers 0, normally with 0 bytes. Frames of either byte order are
+  /// found, and delivered in the order that the file has.
   AVI_CODEC_AC3 = 203,
-  /// ATSC A/52 annex E, found by the bsid of the track's first frame. Else as AC-3.
+  /// ATSC A/52 annex E, found by the bsid of the track's first frame. Framed as AC-3.
+  ///
+  /// Its times are wrong as a rule: but for streams whose header has the sample rate as dwRate and 0 as dwSampleSize,
+  /// frames of the usual sizes up to 320 kbit/s count at twice their rate, so that times run at half speed. Where the
+  /// format's block size is far below a frame, a seek moreover stops too early, in many files at the second frame
+  /// whatever the time. A host that plays such files goes by the lengths of the frames.
   AVI_CODEC_EAC3 = 204,
   /// Tag 0x2001. Comes chunk by chunk.
   AVI_CODEC_DTS = 205,

@@ -59,7 +59,8 @@ class IDataSource {
   virtual int Reserved6() { return 0; }  ///< Never called. @return anything
 
   /// Called by `IParser::Open` right after Prepare, and never again: every read brings its own offset.
-  /// @param offset,origin  0.
+  /// @param offset  0.
+  /// @param origin  0.
   /// @return ignored.
   virtual int SetPosition(int64_t offset, int origin) = 0;
 

@@ -125,6 +125,9 @@ class IParser {
 
   /// The decoder configuration of the selected audio track: for ADPCM the whole WAVEFORMATEX of the file, for other
   /// codecs the bytes behind its 18 fixed ones, often none. Reads nothing.
+  ///
+  /// A WAVEFORMATEXTENSIBLE, of whichever codec, has 22 bytes of its own there: valid bits, channel mask, sub-format
+  /// GUID. They come first and configure no decoder; an AudioSpecificConfig of AAC follows at byte 22, if there is one.
   /// @param buf  `cap` bytes of the host's; never written beyond them. Null gives AVI_ERROR and leaves `*len`.
   /// @param len  [out] bytes of the whole configuration, which may be more than `cap`.
   /// @param cap  bytes at `buf`.
@@ -145,7 +148,10 @@ class IParser {
   /// and more, nearly every block begins inside a sample and is noise, told by units of 10,924 bytes; no argument
   /// avoids that.
   ///
-  /// @param buf,len,ts,maxLen  as for all data operations: see the class.
+  /// @param buf     as for all data operations: see the class.
+  /// @param len     the same.
+  /// @param ts      the same.
+  /// @param maxLen  the same.
   /// @return as of all data operations: see the class.
   virtual int GetAudioData(unsigned char* buf, unsigned long* len, unsigned long* ts, unsigned long maxLen) = 0;
 
@@ -172,7 +178,10 @@ class IParser {
   /// one after Open and after a seek is, and every one got with `keyOnly`, as far as the index marks key frames.
   /// H.264 comes with start codes (ITU-T H.264 annex B), lengths in the file being rewritten.
   ///
-  /// @param buf,len,ts,maxLen  as for all data operations: see the class.
+  /// @param buf     as for all data operations: see the class.
+  /// @param len     the same.
+  /// @param ts      the same.
+  /// @param maxLen  the same.
   /// @param keyOnly  skip to the next key frame, for fast play. When none follows, or without an index, the next unit.
   /// @return as of all data operations: see the class.
   virtual int GetVideoData(unsigned char* buf, unsigned long* len, unsigned long* ts, unsigned long maxLen,
@@ -197,7 +206,9 @@ class IParser {
   /// @param seekMode   for video, counted from the unit that is shown at `timeMs`: 0 the key frame at or before it; 2
   ///                   and 3 the one of those before and behind whose time is nearer; any other, say 1, the one at or
   ///                   behind it. A key frame among the last five units is never chosen as the one behind; the one
-  ///                   before is then. Audio goes to the unit at `timeMs` in every mode.
+  ///                   before is then. Audio goes in every mode to where the stream's header and the
+  ///                   format's block size put `timeMs`, which is the unit at that time where they tell the truth. See
+  ///                   AVI_CODEC_EAC3 for files in which they do not.
   /// @return 0, before Open and after Close too.
   virtual int Seek(unsigned long timeMs, int trackType, int seekMode) = 0;
 
@@ -224,7 +235,8 @@ class IParser {
   virtual int SelectTextTrack(int track) = 0;
 
   /// Does nothing.
-  /// @param event,value  anything.
+  /// @param event  anything.
+  /// @param value  anything.
   /// @return 0.
   virtual int Notify(unsigned short event, unsigned long value) = 0;
 
@@ -285,9 +297,11 @@ class IParser {
 
   /// The next sample of the selected text track. Without a text track it returns 0 and leaves `*len` and `*ts` as they
   /// are: preset `*len` with 0.
-  /// @param buf,len,maxLen  as for all data operations: see the class.
-  /// @param ts  [in, out] subtitle samples carry their own times, so it comes back as the host gave it, in 32 bits
-  ///            (0 for 0xFFFFFFFF); with AVI_END_OF_STREAM it is 0xFFFFFFFF.
+  /// @param buf     as for all data operations: see the class.
+  /// @param len     the same.
+  /// @param ts      [in, out] subtitle samples carry their own times, so it comes back as the host gave it, in 32 bits
+  ///                (0 for 0xFFFFFFFF); with AVI_END_OF_STREAM it is 0xFFFFFFFF.
+  /// @param maxLen  as for all data operations.
   /// @return as of all data operations: see the class.
   virtual int GetTextData(unsigned char* buf, unsigned long* len, unsigned long* ts, unsigned long maxLen) = 0;
 
