@@ -81,9 +81,9 @@ enum : uint32_t {
   /// ATSC A/52 annex E, found by the bsid of the track's first frame. Framed as AC-3.
   ///
   /// Its times are wrong as a rule: but for streams whose header has the sample rate as dwRate and 0 as dwSampleSize,
-  /// frames of the usual sizes up to 320 kbit/s count at twice their rate, so that times run at half speed. Where the
-  /// format's block size is far below a frame, a seek moreover stops too early, in many files at the second frame
-  /// whatever the time. A host that plays such files goes by the lengths of the frames.
+  /// frames of up to 320 kbit/s at 48 or 32 kHz count at twice their rate, so that times run at half speed; at 44.1 kHz
+  /// some do. Where the format's block size is far below a frame, a seek moreover stops too early, in many files at the
+  /// second frame whatever the time. A host that plays such files goes by the lengths of the frames.
   AVI_CODEC_EAC3 = 204,
   /// Tag 0x2001. Comes chunk by chunk.
   AVI_CODEC_DTS = 205,
