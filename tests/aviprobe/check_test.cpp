@@ -441,6 +441,10 @@ const SRow kRows[] = {
      .make = [] { return WithHeaders({.stated = 1000}, "strh"); },
      .code = "header-length-differs"},
     {.name = "RateZero", .make = [] { return WithHeaders({.rate = 0}, "strh"); }, .code = "rate-zero"},
+    {.name = "RateTooHigh",
+     .make = [] { return WithHeaders({.rate = 250000}, "strh"); },
+     .code = "rate-implausible",
+     .also = {"audio-drift", "interleave-far"}},
     {.name = "CodecUnknown", .make = [] { return WithHeaders({.fourcc = "ZZZZ"}, "strf"); }, .code = "codec-unknown"},
     {.name = "NoIndex", .make = NoIndex, .code = "index-missing"},
     {.name = "IndexEndsEarly", .make = ShortIndex, .code = "index-short", .also = {"delivered-less-than-present"}},
@@ -838,6 +842,68 @@ const STextRow kTexts[] = {
      .consequence = "stops at 00:00:02.000 of 00:00:04.000"},
 };
 INSTANTIATE_TEST_SUITE_P(Check, Consequence, testing::ValuesIn(kTexts), [](const auto& row) { return row.param.name; });
+
+Bytes SampleBytes(const std::string& name) {
+  std::ifstream in(std::string(ZU_SAMPLES_DIR) + "/" + name, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(in), {});
+}
+Bytes SampleWithBit(const std::string& name, size_t at, uint8_t bit) {
+  Bytes bytes = SampleBytes(name);
+  bytes.at(at) ^= bit;
+  return bytes;
+}
+
+struct SWordsRow {
+  std::string name;
+  std::function<Bytes()> make;
+  std::vector<std::string> said = {};    ///< parts of the findings as programs get them
+  std::vector<std::string> unsaid = {};  ///< in none of them
+};
+void PrintTo(const SWordsRow& row, std::ostream* out) { *out << row.name; }
+
+class Words : public testing::TestWithParam<SWordsRow> {};
+
+TEST_P(Words, AreTrueOfTheFile) {
+  const TempFolder folder;
+  const std::string text = Text(CheckFile(folder.Write("broken.avi", GetParam().make())));
+  for (const std::string& part : GetParam().said) EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
+  for (const std::string& part : GetParam().unsaid)
+    EXPECT_EQ(text.find(part), std::string::npos) << part << "\n" << text;
+}
+
+// Where fields of xvid-pcm.avi stand.
+constexpr size_t kRiffSize = 4, kPictureRate = 132;
+
+const SWordsRow kWords[] = {
+    {.name = "BitOfThePictureRate",
+     .make = [] { return SampleWithBit("xvid-pcm.avi", kPictureRate + 3, 0x20); },
+     .said = {"rate-implausible", "audio-drift"}},
+    {.name = "BitOfThePictureScale",
+     .make = [] { return SampleWithBit("xvid-pcm.avi", kPictureRate - 1, 0x20); },
+     .said = {"rate-implausible"}},
+    {.name = "ShortTagBehindTheEnd",
+     .make =
+         [] {
+           return Join({SampleBytes("xvid-pcm.avi"), "TAG", Bytes(125, 'x')});
+         },
+     .said = {"trailing-data"},
+     .unsaid = {"riff-truncated"}},
+    {.name = "NoteBehindTheEnd",
+     .make =
+         [] {
+           return Join({SampleBytes("xvid-pcm.avi"), "<!-- made by xyz -->"});
+         },
+     .said = {"trailing-data"},
+     .unsaid = {"riff-truncated"}},
+    {.name = "BitOfTheRiffSize",
+     .make = [] { return SampleWithBit("xvid-pcm.avi", kRiffSize + 3, 0x80); },
+     .said = {R"("severity":"warning","code":"riff-truncated")", "2147483648 bytes too large, and nothing is missing"},
+     .unsaid = {"get the file from its source"}},
+    {.name = "EndCutOff",
+     .make = [] { return Head(SampleBytes("xvid-pcm.avi"), 100000); },
+     .said = {R"("severity":"error","code":"riff-truncated")", "get the file from its source"}},
+};
+INSTANTIATE_TEST_SUITE_P(Check, Words, testing::ValuesIn(kWords), [](const auto& row) { return row.param.name; });
 
 TEST(Check, GoodFilesHaveNoFinding) {
   const TempFolder folder;

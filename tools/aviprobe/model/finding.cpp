@@ -27,6 +27,7 @@ constexpr SFindingKind kKinds[] = {
     {"orphan-chunks", kWarning, "data of a stream that has no header"},
     {"header-length-differs", kWarning, "the length in a header is not that of the data"},
     {"rate-zero", kError, "a stream's rate or scale is 0"},
+    {"rate-implausible", kError, "a picture rate at which nothing is shown as it was recorded"},
     {"height-top-down", kWarning, "a negative height, of which the library makes a large one"},
     {"no-track", kError, "the library opens the file and finds nothing in it to play"},
     {"stream-not-played", kWarning, "a stream that the library does not know as picture, sound or text"},

@@ -12,6 +12,8 @@ namespace {
 // Encoders write the last moment of a stream or leave it out, and round: shorter differences show in no player.
 constexpr uint64_t kLengthSlackMs = 500;
 constexpr uint64_t kLengthSlackShare = 100;  // 1/100: what a progress bar shows
+// A slide show has a picture a minute, a high-speed camera records a thousand a second.
+constexpr double kFewestPerSecond = 1.0 / 60, kMostPerSecond = 1000;
 
 /// Whether a list without a type stands where the one with the data does: what is wrong with it is said already.
 bool MayHideData(const SFileMap& map) {
@@ -116,6 +118,20 @@ void CheckRate(const STrackFacts& track, Findings* findings) {
   findings->Add(std::move(finding), timed ? std::optional(ESeverity::kWarning) : std::nullopt);
 }
 
+void CheckPictureRate(const STrackFacts& track, Findings* findings) {
+  const SStreamHeader& header = *track.pHeader;
+  if (!header.IsVideo() || track.chunks.size() < 2 || header.nScale == 0 || header.nRate == 0) return;
+  const double perSecond = static_cast<double>(header.nRate) / header.nScale;
+  if (perSecond >= kFewestPerSecond && perSecond <= kMostPerSecond) return;
+  findings->Add({.pCode = "rate-implausible",
+                 .nOffset = *header.nStrhOffset - kChunkHeaderBytes,
+                 .nTrack = track.nTrack,
+                 .sConsequence = fmt::format("rate {} and scale {} make {:.6g} pictures a second: {} last {}",
+                                             header.nRate, header.nScale, perSecond,
+                                             CountText(track.chunks.size(), "picture"), ClockText(track.present.nMs)),
+                 .sAdvice = kAdviceFields});
+}
+
 }  // namespace
 
 void CheckHeaders(Findings* findings) {
@@ -124,5 +140,6 @@ void CheckHeaders(Findings* findings) {
   for (const STrackFacts& track : findings->Facts().Tracks()) {
     CheckLength(track, findings);
     CheckRate(track, findings);
+    CheckPictureRate(track, findings);
   }
 }

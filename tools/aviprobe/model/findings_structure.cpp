@@ -51,9 +51,40 @@ class StructureCheck {
     return chunk.nParent < 0 || m_Map.chunks[static_cast<size_t>(chunk.nParent)].nSize == 0;
   }
 
+  /// Behind the AVI, and only by chance like a chunk: its size says nothing.
+  bool IsTrailer(size_t number) const {
+    const SChunk& chunk = m_Map.chunks[number];
+    return number > 0 && chunk.nDepth == 0 && chunk.id != FourCC("RIFF");
+  }
+
+  /// Whether a file that ends before its header says so holds all that matters, so that the header is what is wrong.
+  bool IsComplete() const {
+    if (m_Truncated.nCount != 1 || m_Truncated.nFirst != 0 || !m_Map.idx1 || m_Map.movis.empty()) return false;
+    return m_Map.chunks[static_cast<size_t>(*m_Map.idx1)].End() <= m_Map.nSize &&
+           m_Map.chunks[static_cast<size_t>(m_Map.movis.back())].End() <= m_Map.nSize &&
+           m_Map.chunks.back().End() == m_Map.nSize;
+  }
+
+  void ReportTruncated(const std::string& share) {
+    if (m_Truncated.nCount == 0) return;
+    SFinding finding{.pCode = "riff-truncated", .nOffset = m_Truncated.nFirst};
+    if (IsComplete()) {
+      finding.sConsequence = fmt::format(
+          "the size in the file's first header is {} bytes too large, and nothing is missing: some players refuse it",
+          m_nMissing);
+      finding.sAdvice = kAdviceRemux;
+      return m_Findings.Add(std::move(finding), ESeverity::kWarning);
+    }
+    finding.nTimeMs = m_Findings.Facts().MsAt(m_Map.nSize);
+    finding.sConsequence = fmt::format("{} bytes are missing at the end; what is there plays {}", m_nMissing, share);
+    finding.sAdvice = kAdviceSource + std::string("\n") + kAdviceRemux;
+    m_Findings.Add(std::move(finding));
+  }
+
   void Sort(size_t number) {
     const SChunk& chunk = m_Map.chunks[number];
     const std::vector<SMark> marks = m_Map.MarksOf(number);
+    if (IsTrailer(number) && Has(marks, EMark::kPastFile)) return m_Trailing.Hit(chunk.nOffset);
     if (Has(marks, EMark::kWrongSize)) {
       m_SyncLost.Hit(chunk.nOffset);
       // A list is followed to where it says that it ends.
@@ -89,14 +120,7 @@ class StructureCheck {
     const FileFacts& facts = m_Findings.Facts();
     const STrackFacts* main = facts.Main();
     const std::string share = main ? ShareText(main->present.nMs, facts.ExpectedMs()) : "nothing";
-    if (m_Truncated.nCount > 0) {
-      m_Findings.Add(
-          {.pCode = "riff-truncated",
-           .nOffset = m_Truncated.nFirst,
-           .nTimeMs = facts.MsAt(m_Map.nSize),
-           .sConsequence = fmt::format("{} bytes are missing at the end; what is there plays {}", m_nMissing, share),
-           .sAdvice = kAdviceSource + std::string("\n") + kAdviceRemux});
-    }
+    ReportTruncated(share);
     m_Findings.Add("size-zero", m_SizeZero, {},
                    CountText(m_SizeZero.nCount, "chunk") +
                        " of size 0: players that go by the size find nothing in it and do not open the file",

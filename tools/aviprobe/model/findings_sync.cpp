@@ -74,7 +74,7 @@ class SyncCheck {
       : m_Video(video), m_Audio(audio), m_Clock(audio), m_Findings(*findings) {}
 
   void Run() {
-    if (m_Video.present.nMs == 0 || m_Audio.pHeader->nRate == 0 || m_Audio.pHeader->nScale == 0) return;
+    if (m_Video.chunks.empty() || !IsTimed(m_Video) || !IsTimed(m_Audio)) return;
     const SSkew skew = Walk();
     CheckEnds(skew);
     m_Findings.Add(
@@ -85,6 +85,8 @@ class SyncCheck {
   }
 
  private:
+  static bool IsTimed(const STrackFacts& track) { return track.pHeader->nRate != 0 && track.pHeader->nScale != 0; }
+
   uint32_t NextOf(const STrackFacts& track, size_t i) const {
     return i < track.chunks.size() ? track.chunks[i] : UINT32_MAX;
   }
