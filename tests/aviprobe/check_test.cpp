@@ -872,7 +872,7 @@ TEST_P(Words, AreTrueOfTheFile) {
 }
 
 // Where fields of xvid-pcm.avi stand.
-constexpr size_t kRiffSize = 4, kPictureRate = 132;
+constexpr size_t kRiffSize = 4, kPictureRate = 132, kMoviSize = 9940, kMoviType = 9944;
 
 const SWordsRow kWords[] = {
     {.name = "BitOfThePictureRate",
@@ -902,6 +902,23 @@ const SWordsRow kWords[] = {
     {.name = "EndCutOff",
      .make = [] { return Head(SampleBytes("xvid-pcm.avi"), 100000); },
      .said = {R"("severity":"error","code":"riff-truncated")", "get the file from its source"}},
+    {.name = "NothingBehindTheHeaders",
+     .make = [] { return Head(SampleBytes("xvid-pcm.avi"), 9948); },
+     .said = {"no remux mends it"},
+     .unsaid = {"aviprobe remux"}},
+    {.name = "DataListOfSizeZero",
+     .make =
+         [] {
+           Bytes bytes = SampleBytes("xvid-pcm.avi");
+           std::fill_n(bytes.begin() + kMoviSize, 4, uint8_t{0});
+           return bytes;
+         },
+     .said = {"no remux mends it"},
+     .unsaid = {"aviprobe remux"}},
+    {.name = "BitOfTheDataListsName",
+     .make = [] { return SampleWithBit("xvid-pcm.avi", kMoviType, 2); },
+     .said = {"no remux mends it"},
+     .unsaid = {"aviprobe remux"}},
 };
 INSTANTIATE_TEST_SUITE_P(Check, Words, testing::ValuesIn(kWords), [](const auto& row) { return row.param.name; });
 

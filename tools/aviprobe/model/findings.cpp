@@ -34,17 +34,26 @@ Findings::Findings(const SFileMap& map, const SPlayback* playback, const FileFac
   m_bPlaysJoined = playback && map.joined && DeliversBehind(*playback, map.chunks[*map.joined].nOffset);
 }
 
+bool Findings::Delivers() const {
+  return m_pPlayback && std::any_of(m_pPlayback->tracks.begin(), m_pPlayback->tracks.end(),
+                                    [](const STrackPlayback& track) { return track.nUnits > 0; });
+}
+
+std::string Findings::AdviceThatWorks(std::string advice) const {
+  if (!m_pPlayback) return ReplaceAdvice(advice, "remux", kAdvicePlay);
+  if (!m_pPlayback->bOpened) {
+    return ReplaceAdvice(ReplaceAdvice(advice, "remux", kAdviceNoCopy), "packets", kAdviceResync);
+  }
+  if (m_bPlaysJoined) return ReplaceAdvice(advice, "remux", AdviceHead(m_Map.chunks[*m_Map.joined].nOffset));
+  if (!Delivers()) return ReplaceAdvice(advice, "remux", m_Facts.PlaysUnindexed() ? kAdviceIgnoreIndex : kAdviceNoCopy);
+  return m_Facts.PlaysUnindexed() ? advice : ReplaceAdvice(advice, "remux FILE --ignore-index", kAdviceRemux);
+}
+
 void Findings::Add(SFinding finding, std::optional<ESeverity> severity) {
   const SFindingKind& kind = FindingKind(finding.pCode);
   finding.pCode = kind.pCode;
   finding.severity = severity.value_or(kind.severity);
-  const bool opened = m_pPlayback && m_pPlayback->bOpened;
-  if (!opened) finding.sAdvice = ReplaceAdvice(finding.sAdvice, "remux", m_pPlayback ? kAdviceNoCopy : kAdvicePlay);
-  if (!opened && m_pPlayback) finding.sAdvice = ReplaceAdvice(finding.sAdvice, "packets", kAdviceResync);
-  if (m_bPlaysJoined) {
-    finding.sAdvice = ReplaceAdvice(finding.sAdvice, "remux", AdviceHead(m_Map.chunks[*m_Map.joined].nOffset));
-  }
-  finding.sAdvice = NameFile(std::move(finding.sAdvice), m_Map.sPath);
+  finding.sAdvice = NameFile(AdviceThatWorks(std::move(finding.sAdvice)), m_Map.sPath);
   if (finding.nOffset && !finding.nTimeMs) finding.nTimeMs = m_Facts.MsOfData(*finding.nOffset);
   m_Found.push_back(std::move(finding));
 }

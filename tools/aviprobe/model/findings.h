@@ -32,9 +32,12 @@ class Findings {
   /// The library delivers data of another AVI file that is joined on: what comes is not to be held against this one.
   bool PlaysJoined() const { return m_bPlaysJoined; }
 
+  /// Something was played, and something came of it.
+  bool Delivers() const;
+
   /// Severity, that of the code unless given, and, where there is an offset among the data but no time, the time are
   /// filled in. Advice names the file where it says FILE, and no remux where the library does not open the file, was
-  /// not asked to, or plays more than the file.
+  /// not asked to, delivers nothing that a copy could hold, or plays more than the file.
   void Add(SFinding finding, std::optional<ESeverity> severity = {});
   /// Nothing when nothing was counted.
   void Add(std::string_view code, const STally& tally, std::optional<int> track, const std::string& consequence,
@@ -43,6 +46,8 @@ class Findings {
   std::vector<SFinding> Take();
 
  private:
+  std::string AdviceThatWorks(std::string advice) const;
+
   const SFileMap& m_Map;
   const SPlayback* m_pPlayback;
   const FileFacts& m_Facts;

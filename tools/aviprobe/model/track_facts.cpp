@@ -122,6 +122,19 @@ std::optional<uint32_t> FileFacts::MsAt(int64_t offset) const {
   return static_cast<uint32_t>(main->MsBefore(static_cast<size_t>(next - m_Offsets.begin())));
 }
 
+bool FileFacts::PlaysUnindexed() const {
+  return std::any_of(m_Map.movis.begin(), m_Map.movis.end(), [&](int32_t movi) {
+    const SChunk& list = m_Map.chunks[static_cast<size_t>(movi)];
+    return std::any_of(m_Tracks.begin(), m_Tracks.end(), [&](const STrackFacts& track) {
+      const bool played = track.pHeader->IsVideo() || track.pHeader->IsAudio();
+      return played && std::any_of(track.chunks.begin(), track.chunks.end(), [&](uint32_t number) {
+               const int64_t at = m_Map.chunks[number].nOffset;
+               return at > list.nOffset && at < list.End();
+             });
+    });
+  });
+}
+
 uint64_t FileFacts::ExpectedMs() const {
   const STrackFacts* main = Main();
   if (!main) return 0;

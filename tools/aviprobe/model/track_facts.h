@@ -60,6 +60,8 @@ class FileFacts {
   const std::vector<SIndexRef>& Entries() const { return *m_pEntries; }
   /// The OpenDML index has a part that is missing or unreadable; all of it is worth nothing then.
   bool IsOdmlBroken() const { return m_bOdmlBroken; }
+  /// Whether a walk by the sizes, which is what is left without an index, comes to picture or sound.
+  bool PlaysUnindexed() const;
   /// What the file should play: the header's word if it has one, else what is there.
   uint64_t ExpectedMs() const;
   /// What it plays.

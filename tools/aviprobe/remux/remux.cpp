@@ -219,8 +219,8 @@ class Copy {
 
   /// Why something is missing, as far as there is something to do about it.
   std::string Reason() const {
-    const bool played = HasIndex(m_Map) && !m_Host.Options().hiddenChunks;
-    return played ? ": its index leaves them out; --ignore-index plays without it" : "";
+    const bool helps = HasIndex(m_Map) && !m_Host.Options().hiddenChunks && FileFacts(m_Map, nullptr).PlaysUnindexed();
+    return helps ? ": its index leaves them out; --ignore-index plays without it" : "";
   }
 
   void NoteMissing() {
