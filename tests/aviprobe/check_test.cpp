@@ -14,6 +14,7 @@
 #include "tests/support/avi_builder.h"
 #include "tools/aviprobe/model/check_facts.h"
 #include "tools/aviprobe/model/finding.h"
+#include "tools/aviprobe/model/track_facts.h"
 
 // Breaks good files, each in one way, and demands that the check names what was done and where.
 
@@ -103,6 +104,10 @@ SBroken Put(size_t at, const Data& data, std::optional<int64_t> offset) {
   return {file.bytes, offset};
 }
 
+Bytes SampleBytes(const std::string& name) {
+  std::ifstream in(std::string(ZU_SAMPLES_DIR) + "/" + name, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(in), {});
+}
 struct SRow {
   std::string name;
   std::function<SBroken()> make;
@@ -759,6 +764,18 @@ TEST(Check, JoinedFilesAreCutAsAdvised) {
   EXPECT_EQ(commands, 2u) << findings[0].sAdvice;
 }
 
+TEST(Check, CutSoundIsDeliveredAsLongAsItIs) {
+  const TempFolder folder;
+  const std::string path = folder.Write("cut.avi", Head(SampleBytes("xvid-pcm.avi"), 100000));
+  FileSource source(path, false);
+  const SFileMap map = MapFile(source, path);
+  static const Host host(OwnLibrary());
+  const SPlayback playback = Play(host, path);
+  const FileFacts facts(map, &playback);
+  const STrackFacts& sound = facts.Tracks()[1];
+  EXPECT_NEAR(static_cast<double>(sound.DeliveredMs()), static_cast<double>(sound.present.nMs), 2);
+}
+
 /// MPEG pictures are cut from what is read, which begins where a chunk's data do all the same.
 TEST(Check, PicturesCutFromRubbishAreNamed) {
   std::ifstream in(std::string(ZU_SAMPLES_DIR) + "/mpeg2-mp2.avi", std::ios::binary);
@@ -843,10 +860,6 @@ const STextRow kTexts[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Check, Consequence, testing::ValuesIn(kTexts), [](const auto& row) { return row.param.name; });
 
-Bytes SampleBytes(const std::string& name) {
-  std::ifstream in(std::string(ZU_SAMPLES_DIR) + "/" + name, std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(in), {});
-}
 Bytes SampleWithBit(const std::string& name, size_t at, uint8_t bit) {
   Bytes bytes = SampleBytes(name);
   bytes.at(at) ^= bit;
@@ -858,14 +871,21 @@ struct SWordsRow {
   std::function<Bytes()> make;
   std::vector<std::string> said = {};    ///< parts of the findings as programs get them
   std::vector<std::string> unsaid = {};  ///< in none of them
+  bool aborts = false;                   ///< the library would end the process
 };
 void PrintTo(const SWordsRow& row, std::ostream* out) { *out << row.name; }
+
+std::vector<SFinding> CheckStructureOf(const std::string& path) {
+  FileSource source(path, false);
+  return Check(MapFile(source, path), nullptr, source);
+}
 
 class Words : public testing::TestWithParam<SWordsRow> {};
 
 TEST_P(Words, AreTrueOfTheFile) {
   const TempFolder folder;
-  const std::string text = Text(CheckFile(folder.Write("broken.avi", GetParam().make())));
+  const std::string path = folder.Write("broken.avi", GetParam().make());
+  const std::string text = Text(GetParam().aborts ? CheckStructureOf(path) : CheckFile(path));
   for (const std::string& part : GetParam().said) EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
   for (const std::string& part : GetParam().unsaid)
     EXPECT_EQ(text.find(part), std::string::npos) << part << "\n" << text;
@@ -902,6 +922,30 @@ const SWordsRow kWords[] = {
     {.name = "EndCutOff",
      .make = [] { return Head(SampleBytes("xvid-pcm.avi"), 100000); },
      .said = {R"("severity":"error","code":"riff-truncated")", "get the file from its source"}},
+    {.name = "DataListOfAnotherName",
+     .make = [] { return SampleWithBit("xvid-pcm.avi", kMoviType, 1); },
+     .said = {R"("code":"header-missing","offset":9936)", R"(is named \"lovi\")"},
+     .unsaid = {"index-mismatch", "header-length-differs"}},
+    {.name = "SecondDataListOfAnotherName",
+     .make =
+         [] {
+           AviFile file;
+           file.bytes = SampleBytes("xvid-pcm.avi");
+           return Join(
+               {file.bytes, Chunk("RIFF", Join({"AVIX", Chunk("LIST", Join({"lovi", Chunk("00dc", "abcd")}))}))});
+         },
+     .said = {R"("code":"unknown-chunk-id","offset":165996)"}},
+    {.name = "DataListTooShortForItsType",
+     .make =
+         [] {
+           Bytes bytes = SampleBytes("xvid-pcm.avi");
+           std::fill_n(bytes.begin() + kMoviSize, 4, uint8_t{0});
+           bytes[kMoviSize] = 3;
+           return bytes;
+         },
+     .said = {"list-broken"},
+     .unsaid = {"index-mismatch", "header-length-differs", "unknown-chunk-id"},
+     .aborts = true},
     {.name = "NothingBehindTheHeaders",
      .make = [] { return Head(SampleBytes("xvid-pcm.avi"), 9948); },
      .said = {"no remux mends it"},
@@ -917,7 +961,7 @@ const SWordsRow kWords[] = {
      .unsaid = {"aviprobe remux"}},
     {.name = "BitOfTheDataListsName",
      .make = [] { return SampleWithBit("xvid-pcm.avi", kMoviType, 2); },
-     .said = {"no remux mends it"},
+     .said = {"header-missing"},
      .unsaid = {"aviprobe remux"}},
 };
 INSTANTIATE_TEST_SUITE_P(Check, Words, testing::ValuesIn(kWords), [](const auto& row) { return row.param.name; });

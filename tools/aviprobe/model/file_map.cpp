@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "tools/aviprobe/model/chunk_names.h"
 #include "tools/aviprobe/model/chunk_walk.h"
 #include "tools/aviprobe/model/header_map.h"
 #include "tools/aviprobe/model/index_map.h"
@@ -39,6 +40,8 @@ SMarkWords WordsOf(EMark mark) {
       return {"too_deep", "lists nested too deep to go on"};
     case EMark::kWrongSize:
       return {"wrong_size", "its size is wrong: what follows begins where {} bytes would end"};
+    case EMark::kHidesData:
+      return {"hides_data", "holds data, and is no movi list"};
   }
   return {"", ""};
 }
@@ -55,6 +58,22 @@ std::optional<uint32_t> FindJoined(const SFileMap& map) {
   return std::nullopt;
 }
 
+/// Marks lists that stand where those of data do and have another name.
+void MarkHiding(SFileMap* map) {
+  std::optional<uint32_t> newest;
+  for (const SChunk& chunk : map->chunks) {
+    if (chunk.nParent < 0 || !IsDataId(chunk.id) || !IsLandmark(chunk.id)) continue;
+    const auto parent = static_cast<uint32_t>(chunk.nParent);
+    SChunk& list = map->chunks[parent];
+    if (list.nDepth != 1 || IsFormType(list.type) || newest == parent) continue;
+    newest = parent;
+    list.bMarked = true;
+    map->marks.push_back({parent, {EMark::kHidesData}});
+  }
+  std::stable_sort(map->marks.begin(), map->marks.end(),
+                   [](const SMarked& a, const SMarked& b) { return a.nChunk < b.nChunk; });
+}
+
 }  // namespace
 
 SFileMap MapFile(FileSource& source, const std::string& path, const SMapOptions& options) {
@@ -62,6 +81,7 @@ SFileMap MapFile(FileSource& source, const std::string& path, const SMapOptions&
   map.sPath = path;
   map.nSize = source.Size();
   std::vector<SSuspect> suspects = WalkChunks(source, options, &map);
+  MarkHiding(&map);
   map.joined = FindJoined(map);
   ReadHeaders(source, &map);
   ReadIndexes(source, options.bEntries, &map);

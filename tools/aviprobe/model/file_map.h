@@ -28,6 +28,7 @@ enum class EMark {
   kNoPad,        ///< odd, and the next header stands where the pad byte should be
   kTooDeep,      ///< lists nested too deep to go on
   kWrongSize,    ///< the next chunk begins elsewhere than the size says; with the size that would be right
+  kHidesData,    ///< a list of a type that AVI does not know, with chunks of data in it
 };
 
 struct SMark {

@@ -4,6 +4,7 @@
 #include <span>
 
 #include "tools/aviprobe/model/findings.h"
+#include "tools/aviprobe/text/names.h"
 
 // What the headers say against what is there.
 
@@ -24,6 +25,13 @@ bool MayHideData(const SFileMap& map) {
   });
 }
 
+/// The list that has the data, under another name; null when there is none.
+const SChunk* FindHiding(const SFileMap& map) {
+  const auto found = std::find_if(map.marks.begin(), map.marks.end(),
+                                  [](const SMarked& marked) { return marked.mark.mark == EMark::kHidesData; });
+  return found == map.marks.end() ? nullptr : &map.chunks[found->nChunk];
+}
+
 void CheckMissing(Findings* findings) {
   const SFileMap& map = findings->Map();
   const auto missing = [&](const std::string& what, int64_t offset) {
@@ -34,7 +42,12 @@ void CheckMissing(Findings* findings) {
   };
   if (!map.main) missing("there is no main header (avih)", 0);
   if (map.streams.empty()) missing("no stream is described (strl)", 0);
-  if (map.movis.empty() && !MayHideData(map)) missing("there is no list with data (movi)", 0);
+  if (const SChunk* list = FindHiding(map); map.movis.empty() && list) {
+    missing(fmt::format("the list with the data is named \"{}\", not \"movi\"", Printable(list->type.Text())),
+            list->nOffset);
+  } else if (map.movis.empty() && !MayHideData(map)) {
+    missing("there is no list with data (movi)", 0);
+  }
   for (size_t i = 0; i < map.streams.size(); ++i) {
     const SStreamHeader& stream = map.streams[i];
     if (!stream.nStrhOffset) missing(fmt::format("stream {} has no header (strh)", i), stream.nListOffset);
@@ -88,7 +101,7 @@ bool CountsFirstGroup(const SFileMap& map, const STrackFacts& track) {
 void CheckLength(const STrackFacts& track, Findings* findings) {
   const SFileMap& map = findings->Map();
   const SStreamHeader& header = *track.pHeader;
-  if (!header.nStrhOffset || !(header.IsVideo() || header.IsAudio())) return;
+  if (map.movis.empty() || !header.nStrhOffset || !(header.IsVideo() || header.IsAudio())) return;
   if (track.nDeclaredUnits == 0 && !NeverFinished(map)) return;
   if (!DiffersMuch(track.nDeclaredMs, track.present.nMs) || CountsFirstGroup(map, track)) return;
   findings->Add({.pCode = "header-length-differs",

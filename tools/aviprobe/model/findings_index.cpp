@@ -39,6 +39,8 @@ class IndexCheck {
   explicit IndexCheck(Findings* findings) : m_Findings(*findings), m_Map(findings->Map()), m_Facts(findings->Facts()) {}
 
   void Run() {
+    // What was lost is the list of data, and all else follows from it.
+    if (m_Map.movis.empty()) return;
     CheckOdml();
     CheckBase();
     if (m_Facts.Entries().empty()) return ReportNone();

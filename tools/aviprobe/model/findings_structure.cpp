@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tools/aviprobe/model/chunk_names.h"
 #include "tools/aviprobe/model/findings.h"
 
 // What does not hold in the nesting of the chunks.
@@ -100,7 +101,10 @@ class StructureCheck {
     if (Has(marks, EMark::kNoType) && m_BrokenList.nCount == 0) m_nNoType = chunk.nSize;
     if (Has(marks, EMark::kNoType) || Has(marks, EMark::kTooDeep)) m_BrokenList.Hit(chunk.nOffset);
     if (Has(marks, EMark::kNoPad)) m_NoPad.Hit(chunk.nOffset);
-    const bool unknown = Has(marks, EMark::kBadId) || Has(marks, EMark::kUnknownId) || Has(marks, EMark::kMisplacedId);
+    // Of a file without its list of data that is said once for all.
+    if (m_Map.movis.empty() && IsDataId(chunk.id)) return;
+    const bool unknown = Has(marks, EMark::kBadId) || Has(marks, EMark::kUnknownId) ||
+                         Has(marks, EMark::kMisplacedId) || (Has(marks, EMark::kHidesData) && !m_Map.movis.empty());
     if (unknown) (chunk.nDepth == 0 ? m_Trailing : m_UnknownId).Hit(chunk.nOffset);
   }
 

@@ -65,7 +65,12 @@ uint64_t STrackFacts::DeliveredMs() const {
   const auto& units = pPlayed->units;
   const uint64_t last = units.back().nTimeMs;
   if (!pHeader->IsAudio()) return last + MsOf(1, 0);
-  return units.size() < 2 ? last : last + (last - std::min<uint64_t>(last, units[units.size() - 2].nTimeMs));
+  if (units.size() < 2) return last;
+  const SPlayedUnit& second = units[units.size() - 2];
+  const uint64_t step = last - std::min<uint64_t>(last, second.nTimeMs);
+  // The end of sound that goes by its bytes is shorter than what is read at a time, as a rule.
+  const bool byBytes = !CountsChunks() && second.nBytes > 0;
+  return last + (byBytes ? step * units.back().nBytes / second.nBytes : step);
 }
 
 FileFacts::FileFacts(const SFileMap& map, const SPlayback* playback) : m_Map(map), m_bOdmlBroken(OdmlBroken(map)) {
