@@ -484,6 +484,19 @@ const SRow kRows[] = {
      .make = [] { return InHeader("strf", 1, 0, Le16(0x1234)); },
      .code = "codec-unknown"},
     {.name = "NoChannels", .make = [] { return InHeader("strf", 1, 2, Le16(0)); }, .code = "codec-unknown"},
+    {.name = "BlocksOfAnotherSize",
+     .make = [] { return InHeader("strf", 1, 14, Le16(8)); },
+     .code = "format-contradicts"},
+    {.name = "SamplesOfAnotherRate",
+     .make =
+         [] {
+           SBroken broken = InHeader("strf", 1, 4, Le32(16000));
+           AviFile file;
+           file.bytes = broken.bytes;
+           return SBroken{file.Put(file.Find("strf", 1) + 16, Le32(32000)).bytes, broken.nOffset};
+         },
+     .code = "format-contradicts",
+     .also = {"audio-drift", "audio-clock", "interleave-far"}},
     {.name = "LinesFromTheTop",
      .make = [] { return InHeader("strf", 0, 8, Le32(0xFFFFFF88)); },
      .code = "height-top-down"},
@@ -922,6 +935,47 @@ const SWordsRow kWords[] = {
     {.name = "EndCutOff",
      .make = [] { return Head(SampleBytes("xvid-pcm.avi"), 100000); },
      .said = {R"("severity":"error","code":"riff-truncated")", "get the file from its source"}},
+    {.name = "ChunkIndexBeyondAllFiles",
+     .make =
+         [] {
+           AviFile file;
+           file.bytes = SampleBytes("opendml.avi");
+           return file.Put(file.Find("ix00") + 20, Le64(0x7fffffffffffffff)).bytes;
+         },
+     .said = {"plays all without the index: no seeking"},
+     .unsaid = {"playback ends", "jumps there"}},
+    {.name = "HalfAnOpenDmlFile",
+     .make =
+         [] {
+           const Bytes bytes = SampleBytes("opendml.avi");
+           return Head(bytes, bytes.size() / 2);
+         },
+     .said = {"index-short"},
+     .unsaid = {"sound stops at 00:00:00.000"}},
+    {.name = "RiffSizeTooSmall",
+     .make =
+         [] {
+           AviFile file;
+           file.bytes = SampleBytes("xvid-pcm.avi");
+           return file.Put(kRiffSize, Le32(static_cast<uint32_t>(file.bytes.size()) - 8 - 1000)).bytes;
+         },
+     .unsaid = {": the picture stops at", ": the sound stops at", "size-zero"}},
+    {.name = "BitOfTheDataListsSize",
+     .make = [] { return SampleWithBit("xvid-pcm.avi", kMoviSize + 2, 1); },
+     .said = {R"("severity":"warning","code":"sync-lost")"},
+     .unsaid = {"00:00:02.400 of 00:00:02.400"}},
+    {.name = "RawRgb",
+     .make = [] { return WithHeaders({.fourcc = std::string(4, '\0')}, "strf").bytes; },
+     .said = {"uncompressed RGB (BI_RGB)"}},
+    {.name = "AllKeyFlagsOfH264",
+     .make =
+         [] {
+           AviFile file;
+           file.bytes = SampleBytes("h264-ac3.avi");
+           for (size_t at = file.Find("idx1") + 12; at < file.bytes.size(); at += 16) file.bytes[at] |= 0x10;
+           return file.bytes;
+         },
+     .said = {"keyflags-all"}},
     {.name = "DataListOfAnotherName",
      .make = [] { return SampleWithBit("xvid-pcm.avi", kMoviType, 1); },
      .said = {R"("code":"header-missing","offset":9936)", R"(is named \"lovi\")"},

@@ -48,6 +48,32 @@ void PrintFinding(const Json& finding, std::set<std::string>* said) {
   }
 }
 
+/// Of a track that plays a smaller share than the whole file does: ", sound 00:00:01.000 of 00:00:03.000".
+std::string LeastText(const Json& facts) {
+  constexpr double kWorthSaying = 0.9;
+  const Json* least = nullptr;
+  double share = kWorthSaying *
+                 std::min(1.0, facts["delivered_ms"].get<double>() / std::max(1.0, facts["expected_ms"].get<double>()));
+  for (const Json& track : facts["tracks"]) {
+    if (track["delivered"].is_null()) continue;
+    const double present = track["present"]["ms"].get<double>(), declared = track["declared"]["ms"].get<double>();
+    const double bytes =
+        track["delivered"]["bytes"].get<double>() / std::max(1.0, track["present"]["bytes"].get<double>());
+    const double of = std::max(present, declared);
+    // Times of another speed than the header's alone lose nothing.
+    const bool lost = bytes < kWorthSaying || present < kWorthSaying * declared;
+    if (of <= 0 || !lost || track["delivered"]["ms"].get<double>() / of >= share) continue;
+    share = track["delivered"]["ms"].get<double>() / of;
+    least = &track;
+  }
+  if (!least) return "";
+  const std::string type = (*least)["type"].get<std::string>();
+  return fmt::format(
+      ", track {} ({}) {} of {}", (*least)["track"].get<int>(), type,
+      ClockText((*least)["delivered"]["ms"].get<uint64_t>()),
+      ClockText(std::max((*least)["present"]["ms"].get<uint64_t>(), (*least)["declared"]["ms"].get<uint64_t>())));
+}
+
 std::string VerdictText(const Json& facts) {
   if (facts["verdict"] == kUnreadable && !facts["findings"].empty()) {
     return fmt::format("unreadable, {}", Shown(facts["findings"].front()["consequence"].get<std::string>()));
@@ -58,8 +84,8 @@ std::string VerdictText(const Json& facts) {
                        CountText(facts["tracks"].size(), "track"), facts["played"] == true ? "" : ", not played");
   }
   if (facts["delivered_ms"].is_null()) return CountsText(facts) + "; not played";
-  return fmt::format("{}; plays {} of {}", CountsText(facts), ClockText(facts["delivered_ms"].get<uint64_t>()),
-                     ClockText(facts["expected_ms"].get<uint64_t>()));
+  return fmt::format("{}; plays {} of {}{}", CountsText(facts), ClockText(facts["delivered_ms"].get<uint64_t>()),
+                     ClockText(facts["expected_ms"].get<uint64_t>()), LeastText(facts));
 }
 
 std::string VerdictName(const Json& facts) {

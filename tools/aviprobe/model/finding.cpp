@@ -28,6 +28,7 @@ constexpr SFindingKind kKinds[] = {
     {"header-length-differs", kWarning, "the length in a header is not that of the data"},
     {"rate-zero", kError, "a stream's rate or scale is 0"},
     {"rate-implausible", kError, "a picture rate at which nothing is shown as it was recorded"},
+    {"format-contradicts", kWarning, "numbers of a PCM format that do not agree with each other"},
     {"height-top-down", kWarning, "a negative height, of which the library makes a large one"},
     {"no-track", kError, "the library opens the file and finds nothing in it to play"},
     {"stream-not-played", kWarning, "a stream that the library does not know as picture, sound or text"},

@@ -59,7 +59,7 @@ void Findings::Add(SFinding finding, std::optional<ESeverity> severity) {
 }
 
 void Findings::Add(std::string_view code, const STally& tally, std::optional<int> track, const std::string& consequence,
-                   const std::string& advice) {
+                   const std::string& advice, std::optional<ESeverity> severity) {
   if (tally.nCount == 0) return;
   SFinding finding{.pCode = FindingKind(code).pCode,
                    .nOffset = tally.nFirst,
@@ -69,7 +69,7 @@ void Findings::Add(std::string_view code, const STally& tally, std::optional<int
                    .sConsequence = consequence,
                    .sAdvice = advice};
   if (tally.nCount > 1) finding.nLastOffset = tally.nLast;
-  Add(std::move(finding));
+  Add(std::move(finding), severity);
 }
 
 std::string NameFile(std::string advice, std::string_view path) {

@@ -41,7 +41,7 @@ class Findings {
   void Add(SFinding finding, std::optional<ESeverity> severity = {});
   /// Nothing when nothing was counted.
   void Add(std::string_view code, const STally& tally, std::optional<int> track, const std::string& consequence,
-           const std::string& advice);
+           const std::string& advice, std::optional<ESeverity> severity = {});
   /// All, the worst first, then by offset.
   std::vector<SFinding> Take();
 

@@ -1,7 +1,10 @@
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <span>
+#include <string>
+#include <vector>
 
 #include "tools/aviprobe/model/findings.h"
 #include "tools/aviprobe/text/names.h"
@@ -14,6 +17,7 @@ namespace {
 constexpr uint64_t kLengthSlackMs = 500;
 constexpr uint64_t kLengthSlackShare = 100;  // 1/100: what a progress bar shows
 // A slide show has a picture a minute, a high-speed camera records a thousand a second.
+constexpr double kRateSlack = 0.001;  // writers round
 constexpr double kFewestPerSecond = 1.0 / 60, kMostPerSecond = 1000;
 
 /// Whether a list without a type stands where the one with the data does: what is wrong with it is said already.
@@ -145,6 +149,43 @@ void CheckPictureRate(const STrackFacts& track, Findings* findings) {
                  .sAdvice = kAdviceFields});
 }
 
+/// Numbers of a PCM format that follow from each other, and do not.
+std::vector<std::string> Contradictions(const SStreamHeader& header) {
+  std::vector<std::string> found;
+  const uint64_t channels = header.Channels(), bits = header.BitsPerSample(), align = header.BlockAlign();
+  const uint64_t rate = header.SamplesPerSec(), byteRate = header.AvgBytesPerSec();
+  if (align != channels * ((bits + 7) / 8)) {
+    found.push_back(fmt::format("blocks of {} bytes for {} of {} bits", align, CountText(channels, "channel"), bits));
+  }
+  if (byteRate != rate * align) {
+    found.push_back(fmt::format("{} bytes/s for blocks of {} bytes at {} Hz", byteRate, align, rate));
+  }
+  if (header.nSampleSize == 0 || header.nScale == 0 || header.nRate == 0) return found;
+  const double streamed = static_cast<double>(header.nSampleSize) * header.nRate / header.nScale;
+  const double off = streamed - static_cast<double>(rate * align);
+  if (off > streamed * kRateSlack || -off > streamed * kRateSlack) {
+    found.push_back(fmt::format("{:.6g} bytes/s by the stream's header, {} by the format", streamed, rate * align));
+  }
+  return found;
+}
+
+void CheckFormat(const STrackFacts& track, Findings* findings) {
+  constexpr uint16_t kPcmTag = 1, kFloatTag = 3;
+  const SStreamHeader& header = *track.pHeader;
+  if (!header.IsAudio() || !header.nStrfOffset) return;
+  if (header.FormatTag() != kPcmTag && header.FormatTag() != kFloatTag) return;
+  // Of such there is no sound, which is said.
+  if (header.Channels() == 0 || header.SamplesPerSec() == 0 || header.BitsPerSample() == 0) return;
+  const std::vector<std::string> found = Contradictions(header);
+  if (found.empty()) return;
+  findings->Add({.pCode = "format-contradicts",
+                 .nOffset = *header.nStrfOffset - kChunkHeaderBytes,
+                 .nTrack = track.nTrack,
+                 .sConsequence = fmt::format("{}: players differ in what they play, noise or another speed",
+                                             fmt::join(found, "; ")),
+                 .sAdvice = kAdviceFields});
+}
+
 }  // namespace
 
 void CheckHeaders(Findings* findings) {
@@ -154,5 +195,6 @@ void CheckHeaders(Findings* findings) {
     CheckLength(track, findings);
     CheckRate(track, findings);
     CheckPictureRate(track, findings);
+    CheckFormat(track, findings);
   }
 }

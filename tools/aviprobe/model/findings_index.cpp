@@ -10,6 +10,8 @@
 
 namespace {
 
+constexpr uint64_t kSoundSlackMs = 200;  // the end of sound that is no whole frame is dropped as a rule
+
 bool IsZero(const SIndexRef& ref) { return ref.nSize == 0 && (ref.id == FourCC() || ref.id.Text() == "0000"); }
 
 bool IsPastEnd(const SFileMap& map, const SIndexRef& ref) {
@@ -32,6 +34,13 @@ bool Fits(const SFileMap& map, const SIndexRef& ref) {
   const SChunk& chunk = map.chunks[static_cast<size_t>(ref.nChunk)];
   if (chunk.bList) return ref.id == chunk.type || ref.id == chunk.id;
   return chunk.nStream == ref.nStream && RightSize(map, ref, chunk) == ref.nSize;
+}
+
+/// Whether all of a track that is in the file came out of the library.
+bool PlaysAll(const STrackFacts& track) {
+  const STrackPlayback& played = *track.pPlayed;
+  if (track.pHeader->IsVideo()) return played.nUnits + track.nEmpty >= track.chunks.size();
+  return played.nBytes >= track.present.nBytes || track.DeliveredMs() + kSoundSlackMs >= track.present.nMs;
 }
 
 class IndexCheck {
@@ -120,16 +129,33 @@ class IndexCheck {
     last = std::max(last, ref.nPosition);
   }
 
+  /// What comes of it, by what was played where something was.
+  std::string Outcome(const std::string& usual, const std::string& whenAllPlays) const {
+    const auto isWhole = [](const STrackFacts& track) { return !track.pPlayed || PlaysAll(track); };
+    const bool whole = m_Findings.Delivers() && std::all_of(m_Facts.Tracks().begin(), m_Facts.Tracks().end(), isWhole);
+    return whole ? WhenAllPlays(whenAllPlays) : usual;
+  }
+
+  std::string WhenAllPlays(const std::string& indexed) const {
+    const STrackFacts* main = m_Facts.Main();
+    if (!main || !main->pPlayed) return indexed;
+    const TrackInfo& info = main->pPlayed->info;
+    const bool seeks = main->pHeader->IsVideo() ? info.video.bSeekable : info.audio.bSeekable;
+    return seeks ? indexed : "this player plays all without the index: no seeking";
+  }
+
   void Report() {
+    const std::string garbage = "players show garbage there, or stop";
     m_Findings.Add("index-zero", m_Zero, {},
                    CountText(m_Zero.nCount, "entry") + " of zeros: seeking there shows nothing, or playback ends",
                    kAdviceIgnoreIndex);
     m_Findings.Add("index-past-end", m_PastEnd, {},
-                   CountText(m_PastEnd.nCount, "entry") + " for data that are not in the file: playback ends there",
+                   CountText(m_PastEnd.nCount, "entry") + " for data that are not in the file: " +
+                       Outcome("playback ends there", "this player plays all, others end there"),
                    kAdviceIgnoreIndex);
     m_Findings.Add("index-mismatch", m_Mismatch, {},
                    CountText(m_Mismatch.nCount, "entry") +
-                       " of another place, size or track than the chunk: players show garbage there, or stop",
+                       " of another place, size or track than the chunk: " + Outcome(garbage, garbage),
                    kAdviceIgnoreIndex);
     m_Findings.Add("index-mismatch", m_Disorder, {},
                    CountText(m_Disorder.nCount, "entry") + " out of order: playback jumps back, or repeats",
@@ -155,12 +181,13 @@ class IndexCheck {
       if (!m_Named[track.chunks[i]] && chunk.nSize > 0) left.Hit(chunk.nOffset);
     }
     const bool tail = left.nCount > 0 && left.nFirst > LastNamedOffset(track, lastNamed);
+    std::string outcome =
+        tail ? "stops at " + ShareText(track.MsBefore(lastNamed), track.present.nMs) : std::string("jumps there");
+    outcome = fmt::format("the {} {}", TrackText(track), outcome);
+    if (track.pPlayed && PlaysAll(track)) outcome = WhenAllPlays("in other players " + outcome);
     m_Findings.Add(
         "index-short", left, track.nTrack,
-        tail
-            ? fmt::format("{} at the end not in the index: the {} stops at {}", CountText(left.nCount, "chunk"),
-                          TrackText(track), ShareText(track.MsBefore(lastNamed), track.present.nMs))
-            : fmt::format("{} not in the index: the {} jumps there", CountText(left.nCount, "chunk"), TrackText(track)),
+        fmt::format("{}{} not in the index: {}", CountText(left.nCount, "chunk"), tail ? " at the end" : "", outcome),
         kAdviceIgnoreIndex);
   }
 

@@ -20,13 +20,14 @@ struct SCodec {
   const char* pFourCCs;  ///< in upper case, with blanks between
   uint32_t nCodec;
 };
-// Codecs whose pictures tell, and reliably: with H.264 a picture that is no IDR may be one to start at all the same.
+// Codecs whose pictures tell, and reliably. H.264 of length prefixes has no start codes, so that of AVC1 is left alone.
 constexpr SCodec kTelling[] = {
     {"XVID DIVX DX50 FMP4 MP4V MP4S M4S2 RMP4", AVI_CODEC_MPEG4},
     {"MPG1 MPG2", AVI_CODEC_MPEG12},
     {"H263 S263", AVI_CODEC_H263},
     {"VP80", AVI_CODEC_VP8},
     {"MJPG", AVI_CODEC_MJPEG},
+    {"H264 X264", AVI_CODEC_H264},
 };
 
 char Upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
@@ -55,7 +56,8 @@ class KeyProbe {
   std::optional<bool> IsKey(const SChunk& chunk) {
     if (!m_Info || chunk.nSize == 0) return std::nullopt;
     const auto there = static_cast<size_t>(m_Map.PresentBytes(chunk));
-    return IsKeyUnit(*m_Info, m_Reader.At(chunk.DataOffset(), std::min(there, kProbeBytes)));
+    const std::span<const uint8_t> unit = m_Reader.At(chunk.DataOffset(), std::min(there, kProbeBytes));
+    return m_Info->nCodecId == AVI_CODEC_H264 ? IsH264Start(unit) : IsKeyUnit(*m_Info, unit);
   }
 
  private:

@@ -76,8 +76,10 @@ void CheckCodec(const STrackFacts& track, Findings* findings) {
   if (!track.pPlayed) return;
   CheckPcm(track, findings);
   if (!IsUnknown(track.pPlayed->info)) return;
-  const std::string name = header.IsVideo() ? fmt::format("\"{}\"", Printable(header.Compression().Text()))
-                                            : fmt::format("0x{:04X}", header.FormatTag());
+  const bool rgb = header.IsVideo() && header.Compression() == FourCC();
+  const std::string name = rgb                ? "uncompressed RGB (BI_RGB)"
+                           : header.IsVideo() ? fmt::format("\"{}\"", Printable(header.Compression().Text()))
+                                              : fmt::format("0x{:04X}", header.FormatTag());
   findings->Add({.pCode = "codec-unknown",
                  .nOffset = *header.nStrfOffset - kChunkHeaderBytes,
                  .nTrack = track.nTrack,

@@ -97,7 +97,9 @@ class StructureCheck {
     } else if (Has(marks, EMark::kPastList)) {
       m_Overrun.Hit(chunk.nOffset);
     }
-    if (Has(marks, EMark::kEmpty) && !MayBeEmpty(chunk)) m_SizeZero.Hit(chunk.nOffset);
+    const bool expected =
+        !Has(marks, EMark::kBadId) && !Has(marks, EMark::kUnknownId) && !Has(marks, EMark::kMisplacedId);
+    if (expected && Has(marks, EMark::kEmpty) && !MayBeEmpty(chunk)) m_SizeZero.Hit(chunk.nOffset);
     if (Has(marks, EMark::kNoType) && m_BrokenList.nCount == 0) m_nNoType = chunk.nSize;
     if (Has(marks, EMark::kNoType) || Has(marks, EMark::kTooDeep)) m_BrokenList.Hit(chunk.nOffset);
     if (Has(marks, EMark::kNoPad)) m_NoPad.Hit(chunk.nOffset);
@@ -127,7 +129,8 @@ class StructureCheck {
     ReportTruncated(share);
     m_Findings.Add("size-zero", m_SizeZero, {},
                    CountText(m_SizeZero.nCount, "chunk") +
-                       " of size 0: players that go by the size find nothing in it and do not open the file",
+                       " of size 0: players that go by the size find nothing in it" +
+                       (m_Findings.Delivers() ? "" : " and do not open the file"),
                    kAdviceRemux);
     m_Findings.Add("chunk-overrun", m_Overrun, {},
                    CountText(m_Overrun.nCount, "chunk") +
@@ -150,11 +153,13 @@ class StructureCheck {
         kAdviceRemux);
     const std::optional<uint32_t> lostAt = m_nLostAt ? facts.MsAt(*m_nLostAt) : std::nullopt;
     m_SyncLost.nFirstMs = lostAt;
+    const bool behindAll = lostAt && main && *lostAt >= main->present.nMs;
     m_Findings.Add("sync-lost", m_SyncLost, {},
-                   lostAt ? fmt::format("a player that reads on without an index stops at {}",
-                                        ShareText(*lostAt, facts.ExpectedMs()))
-                          : "a player may not find the headers or the data",
-                   kAdviceResync);
+                   behindAll ? "behind the last picture and sound: players may miss the index, and cannot seek then"
+                   : lostAt  ? fmt::format("a player that reads on without an index stops at {}",
+                                           ShareText(*lostAt, facts.ExpectedMs()))
+                             : "a player may not find the headers or the data",
+                   kAdviceResync, behindAll ? std::optional(ESeverity::kWarning) : std::nullopt);
     m_Findings.Add("trailing-data", m_Trailing, {}, "players ignore what lies behind the end", kAdviceResync);
     m_Findings.Add("unknown-chunk-id", m_UnknownId, {},
                    CountText(m_UnknownId.nCount, "chunk") + " that players skip; if data hide in it they are lost",

@@ -46,6 +46,39 @@ std::optional<bool> H264(Unit unit) {
   });
 }
 
+/// A number of ITU-T H.264, 9.1, from bit `*at` on; none where the bytes end or it is too large to matter.
+std::optional<unsigned> ExpGolomb(Unit bytes, size_t* at) {
+  const auto bit = [&]() -> unsigned {
+    const size_t place = (*at)++;
+    return place / 8 < bytes.size() ? bytes[place / 8] >> (7 - place % 8) & 1u : 0;
+  };
+  size_t zeros = 0;
+  while (zeros < 16 && bit() == 0) ++zeros;
+  unsigned value = 1;
+  for (size_t i = 0; i < zeros; ++i) value = value << 1 | bit();
+  if (zeros == 16 || *at > 8 * bytes.size()) return {};
+  return value - 1;
+}
+
+/// Whether supplemental information says that decoding may begin here.
+bool IsRecoveryPoint(Unit sei) {
+  constexpr unsigned kRecoveryPoint = 6;
+  size_t at = 0;
+  const auto number = [&] {
+    unsigned value = 0;
+    while (at < sei.size() && sei[at] == 0xFF) value += sei[at++];
+    return at < sei.size() ? value + sei[at++] : value;
+  };
+  while (at + 2 < sei.size()) {
+    const unsigned type = number(), size = number();
+    if (type == kRecoveryPoint) return true;
+    // What follows is the next start code, or no message.
+    if (at + size >= sei.size() || sei[at + size] == 0x80 || sei[at + size] == 0) return false;
+    at += size;
+  }
+  return false;
+}
+
 // ITU-T H.263: a start code of 22 bits, 8 bits of temporal reference, PTYPE with the coding type as its bit 9. With 7
 // as the source format PLUSPTYPE follows: UFEP of 3 bits, with 1 another 18 bits, then the picture type.
 std::optional<bool> H263(Unit unit) {
@@ -80,6 +113,26 @@ std::optional<bool> Raw(const TrackInfo::Video& video, Unit unit) {
 }
 
 }  // namespace
+
+std::optional<bool> IsH264Start(std::span<const uint8_t> unit) {
+  bool told = false;
+  const auto isStart = [&](Unit code) -> std::optional<bool> {
+    const int type = code[0] & 0x1F;
+    if (type == 5 || (type == 6 && IsRecoveryPoint(code.subspan(1)))) return true;
+    if (type != 1 && type != 2) return {};
+    told = true;
+    size_t at = 0;
+    const Unit header = code.subspan(1);
+    const std::optional<unsigned> macroblock = ExpGolomb(header, &at);
+    const std::optional<unsigned> slice = macroblock ? ExpGolomb(header, &at) : std::nullopt;
+    constexpr unsigned kP = 0, kB = 1, kAllAlike = 5, kTypes = 10;
+    const bool inter = slice && *slice < kTypes && (*slice % kAllAlike == kP || *slice % kAllAlike == kB);
+    return !inter;
+  };
+  const std::optional<bool> start = FirstAnswer(unit, isStart);
+  // An intra slice that is no IDR's tells nothing.
+  return told && start == true ? std::nullopt : start;
+}
 
 std::optional<bool> IsKeyUnit(const TrackInfo& info, std::span<const uint8_t> unit) {
   if (info.nTrackType != AVI_TRACK_VIDEO) return {};
