@@ -169,6 +169,16 @@ SBroken ShortIndex() {
   return {file.bytes, static_cast<int64_t>(file.chunks[120])};
 }
 
+/// Of the sound the first half second is in the index.
+Bytes SoundMostlyNotIndexed() {
+  AviBuilder builder = Headers();
+  for (size_t i = 0; i < kFrames; ++i) {
+    builder.Chunk(0, Picture(i % 25 == 0), i % 25 == 0);
+    i < 12 ? builder.Chunk(1, Sound()) : builder.RawChunk("01wb", Sound());
+  }
+  return builder.OldIndex().Build().bytes;
+}
+
 SBroken EmptyIndex() {
   AviBuilder builder = Headers();
   for (size_t i = 0; i < kFrames; ++i) {
@@ -665,8 +675,8 @@ TEST(Check, EveryKindHasARow) {
     unseen.erase(row.code);
     for (const std::string& code : row.also) unseen.erase(code);
   }
-  // No file of the table makes these: see Sample, AbortLeavesTheOthers, CheckSays and ReadErrorEndsATrack.
-  EXPECT_EQ(unseen, (std::set<std::string>{"audio-clock", "library-aborts", "track-failed", "unreadable"}));
+  // No file of the table makes these: see AbortLeavesTheOthers, CheckSays and ReadErrorEndsATrack.
+  EXPECT_EQ(unseen, (std::set<std::string>{"library-aborts", "track-failed", "unreadable"}));
 }
 
 TEST(Check, ReadErrorEndsATrack) {
@@ -1059,6 +1069,7 @@ class CheckFolder : public testing::Test {
     m_Folder.Write("good.avi", Good().bytes);
     m_Folder.Write("note.avi", BehindMovi(Chunk("ABCD", "1234")).bytes);
     m_Folder.Write("noindex.avi", NoIndex().bytes);
+    m_Folder.Write("sound.avi", SoundMostlyNotIndexed());
     m_Folder.Write("text.avi", Bytes(5000, 'x'));
     AviFile abort = Good();
     abort.Put(abort.Find("movi") - 4, Le32(2));
@@ -1143,6 +1154,9 @@ const SSayRow kSays[] = {
      .arguments = "FOLDERempty.avi FOLDERgood.avi",
      .wanted = "1 fine, 1 unreadable"},
     {.name = "EmptyHasItsReason", .arguments = "FOLDERempty.avi", .wanted = "the file is empty"},
+    {.name = "TrackThatPlaysLeast",
+     .arguments = "FOLDERsound.avi",
+     .wanted = "plays 00:00:04.000 of 00:00:04.000, track 1 (audio) 00:00:00.4"},
     {.name = "AbortInTheTable", .arguments = "FOLDERabort.avi FOLDERgood.avi", .wanted = "\nlibrary aborts "},
 };
 INSTANTIATE_TEST_SUITE_P(Check, CheckSays, testing::ValuesIn(kSays), [](const auto& row) { return row.param.name; });
