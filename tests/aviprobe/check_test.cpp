@@ -14,6 +14,7 @@
 #include "tests/support/avi_builder.h"
 #include "tools/aviprobe/model/check_facts.h"
 #include "tools/aviprobe/model/finding.h"
+#include "tools/aviprobe/model/key_unit.h"
 #include "tools/aviprobe/model/track_facts.h"
 
 // Breaks good files, each in one way, and demands that the check names what was done and where.
@@ -786,6 +787,36 @@ TEST(Check, JoinedFilesAreCutAsAdvised) {
   }
   EXPECT_EQ(commands, 2u) << findings[0].sAdvice;
 }
+
+struct SStartRow {
+  std::string name;
+  Bytes unit;
+  std::optional<bool> start;
+};
+void PrintTo(const SStartRow& row, std::ostream* out) { *out << row.name; }
+
+class H264Start : public testing::TestWithParam<SStartRow> {};
+
+TEST_P(H264Start, IsToldAsFarAsThePictureTells) { EXPECT_EQ(IsH264Start(GetParam().unit), GetParam().start); }
+
+const SStartRow kStarts[] = {
+    {.name = "Idr", .unit = {0, 0, 0, 1, 0x65, 0x88, 0x84, 0}, .start = true},
+    {.name = "P", .unit = {0, 0, 0, 1, 0x41, 0x9A, 0x24, 0x6C}, .start = false},
+    {.name = "PWithSmallType", .unit = {0, 0, 1, 0x41, 0xC0, 0x24, 0x6C}, .start = false},
+    {.name = "B", .unit = {0, 0, 1, 0x01, 0x9E, 0x41, 0x78}, .start = false},
+    {.name = "IntraWithoutIdr", .unit = {0, 0, 1, 0x41, 0x88, 0x84, 0}, .start = {}},
+    {.name = "RecoveryPointAndP",
+     .unit = {0, 0, 1, 0x06, 0x06, 0x01, 0xC4, 0x80, 0, 0, 1, 0x41, 0x9A, 0x24},
+     .start = true},
+    {.name = "RecoveryPointBehindAnotherMessage",
+     .unit = {0, 0, 1, 0x06, 0x01, 0x02, 0x11, 0x22, 0x06, 0x01, 0xC4, 0x80, 0, 0, 1, 0x41, 0x9A, 0x24},
+     .start = true},
+    {.name = "OtherMessageAndP",
+     .unit = {0, 0, 1, 0x06, 0x05, 0x02, 0x06, 0x22, 0x80, 0, 0, 1, 0x41, 0x9A, 0x24},
+     .start = false},
+    {.name = "ParameterSetsAlone", .unit = {0, 0, 1, 0x67, 0x42, 0, 0, 1, 0x68, 0xCE}, .start = {}},
+};
+INSTANTIATE_TEST_SUITE_P(Check, H264Start, testing::ValuesIn(kStarts), [](const auto& row) { return row.param.name; });
 
 TEST(Check, CutSoundIsDeliveredAsLongAsItIs) {
   const TempFolder folder;
