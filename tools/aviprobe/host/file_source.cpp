@@ -22,6 +22,8 @@ FileSource::FileSource(const std::string& path, bool streaming)
   if (m_nFd < 0) throw HostError(path + ": " + std::strerror(errno));
   struct stat status;
   int error = fstat(m_nFd, &status) < 0 ? errno : S_ISDIR(status.st_mode) ? EISDIR : 0;
+  // Such as /dev/zero: it may be sought in, has no length and gives what it likes.
+  if (!error && S_ISCHR(status.st_mode)) error = ESPIPE;
   if (!error && (m_nSize = lseek(m_nFd, 0, SEEK_END)) < 0) error = errno;
   if (!error) return;
   close(m_nFd);
