@@ -121,6 +121,55 @@ TEST(Tool, PrintsNoControlCharacterOfAFileName) {
   fs::remove_all(folder);
 }
 
+TEST(Tool, SaysThatItCannotWrite) {
+  const std::string film = " " ZU_SAMPLES_DIR "/xvid-pcm.avi";
+  const std::string rows[] = {
+      "check" + film,
+      "check --json" + film,
+      "check --in-process" + film,
+      "check --jobs 2" + film + film,
+      "info" + film,
+      "--version",
+      "--version --json",
+      "check --help",
+  };
+  for (const std::string& row : rows) {
+    const SRun run = RunTool(row + " 2>&1 >/dev/full; exit $?");  // RunTool sends stderr after stdout
+    EXPECT_EQ(run.nExit, 3) << row;
+    EXPECT_EQ(run.sOutput, "aviprobe: cannot write: No space left on device\n") << row;
+  }
+}
+
+TEST(Tool, NamesTheNearestOption) {
+  const std::string film = " " ZU_SAMPLES_DIR "/xvid-pcm.avi";
+  struct SOptionRow {
+    std::string sArguments;
+    const char* pSays;
+    bool bSaid;
+  };
+  const SOptionRow rows[] = {
+      {.sArguments = "info --brif" + film, .pSays = "did you mean '--brief'?", .bSaid = true},
+      {.sArguments = "packets --oder=file" + film, .pSays = "did you mean '--order'?", .bSaid = true},
+      {.sArguments = "info --streamin" + film, .pSays = "did you mean '--streaming'?", .bSaid = true},
+      {.sArguments = "info --summary" + film, .pSays = "did you mean", .bSaid = false},  // of another command
+  };
+  for (const SOptionRow& row : rows) {
+    const SRun run = RunTool(row.sArguments);
+    EXPECT_EQ(run.nExit, 2) << row.sArguments << ":\n" << run.sOutput;
+    EXPECT_EQ(run.sOutput.find(row.pSays) != std::string::npos, row.bSaid) << row.sArguments << ":\n" << run.sOutput;
+  }
+}
+
+TEST(Tool, ReadsNoDeviceWithoutALength) {
+  for (const char* const command : {"info", "check", "tree", "packets"}) {
+    const SRun run = RunTool(std::string(command) + " /dev/zero");
+    EXPECT_EQ(run.nExit, 3) << command << ":\n" << run.sOutput;
+    EXPECT_NE(run.sOutput.find("a pipe or device that cannot be read from any place"), std::string::npos)
+        << command << ":\n"
+        << run.sOutput;
+  }
+}
+
 TEST(Tool, LeavesNoHalfReport) {
   const fs::path folder = testing::TempDir() + "report-" + std::to_string(getpid());
   fs::create_directories(folder / "there");

@@ -157,6 +157,21 @@ TEST(Playback, StopsWhereTheSourceDoes) {
   }
 }
 
+TEST(Playback, EndsWhereABlockingSourceMakesTheLibraryRepeat) {
+  const std::string path = ZU_SAMPLES_DIR "/no-index.avi";
+  SHostOptions options = Options();
+  options.nBlockEvery = 3;
+  SPlayOptions play;
+  play.nTrack = 0;
+  const SPlayback playback = Play(Host(options), path, play);
+  ASSERT_EQ(playback.tracks.size(), 1u);
+  EXPECT_EQ(playback.tracks[0].ending, Ending::kStalled);
+  const SRun run = RunTool("packets --summary --track 0 --block-every 3 " + path);
+  EXPECT_EQ(run.nExit, 1) << run.sOutput;
+  EXPECT_NE(run.sOutput.find("track 0 stalled (more than 16 times the file's bytes came"), std::string::npos)
+      << run.sOutput;
+}
+
 TEST(Tool, TellsTheWorstOfAllFiles) {
   const TempFile good(Film("XVID").Chunk(0, "frame").Build().bytes), ending(FileThatEndsTheLibrary()),
       text(Bytes(100, 'x'));

@@ -2,9 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <iostream>
 #include <sstream>
 #include <string_view>
@@ -79,16 +77,34 @@ int Say(const CLI::App& app, const CLI::ParseError& error) {
   return code == 0 ? kExitFine : kExitUsage;
 }
 
+/// Of those that the command takes.
+std::string NearestOption(const CLI::App& app, const std::string& typed) {
+  std::vector<std::string> names;
+  const auto add = [&](const CLI::App& from) {
+    for (const CLI::Option* option : from.get_options()) {
+      names.insert(names.end(), option->get_lnames().begin(), option->get_lnames().end());
+    }
+  };
+  add(app);
+  for (const CLI::App* command : app.get_subcommands()) add(*command);
+  return Nearest(typed, names);
+}
+
 /// Says what was wrong with the command line, or what it asked for. @return the exit code.
 int Explain(const CLI::App& app, const CLI::ParseError& error, bool json) {
   if (json && dynamic_cast<const CLI::CallForVersion*>(&error)) {
     PrintJsonLine({{"record", "version"}, {"version", AVIPROBE_VERSION}, {"schema", kJsonSchema}});
     return kExitFine;
   }
-  const std::vector<std::string> rest = app.remaining();
-  if (error.get_exit_code() == 0 || !app.get_subcommands().empty() || rest.empty() || rest[0].starts_with('-')) {
-    return Say(app, error);
+  const std::vector<std::string> rest = app.remaining(true);
+  if (error.get_exit_code() == 0 || rest.empty()) return Say(app, error);
+  if (rest[0].starts_with("--")) {
+    const int code = Say(app, error);
+    const std::string nearest = NearestOption(app, rest[0].substr(2, rest[0].find('=') - 2));
+    if (!nearest.empty()) PrintError(fmt::format("did you mean '--{}'?", nearest));
+    return code;
   }
+  if (!app.get_subcommands().empty() || rest[0].starts_with('-')) return Say(app, error);
   std::vector<std::string> commands;
   for (const CLI::App* command : app.get_subcommands({})) commands.push_back(command->get_name());
   const std::string nearest = Nearest(rest[0], commands);
@@ -105,9 +121,8 @@ constexpr const char* kExitCodes =
     "  3  not an AVI file, or not readable\n"
     "  4  the library gave up on a file: it ended the process, crashed or never came back";
 
-}  // namespace
-
-int main(int argc, char** argv) try {
+/// What the command line asks for. @return the exit code.
+int Run(int argc, char** argv) {
   SHostOptions options;
   Command command;
   CLI::App app("Opens AVI files through the parser library, as a media host does.", "aviprobe");
@@ -138,9 +153,16 @@ int main(int argc, char** argv) try {
   }
 
   BufferStdout();
-  const int code = command(options);
-  if (std::fflush(stdout) == 0) return code;
-  throw HostError(std::string("cannot write: ") + std::strerror(errno));
+  return command(options);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) try {
+  const int code = Run(argc, argv);
+  std::cout.flush();
+  FlushStdout();
+  return code;
 } catch (const std::exception& error) {
   PrintError(error.what());
   return kExitUnreadable;

@@ -63,7 +63,7 @@ class Report {
     // What is needed for the end: a batch of thousands keeps no findings.
     m_Files.back().erase("findings");
     m_Files.back().erase("tracks");
-    std::fflush(stdout);
+    FlushStdout();
   }
 
   int Finish() const {

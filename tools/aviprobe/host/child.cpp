@@ -117,9 +117,13 @@ int DoWork(const FileWork& work, const std::string& path, Progress& progress) {
   } catch (const std::exception& error) {
     PrintError(path + ": " + error.what());
   }
-  if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return code;
-  fmt::print(stderr, "aviprobe: cannot write: {}\n", std::strerror(errno));
-  return kExitUnreadable;
+  try {
+    FlushStdout();
+    return code;
+  } catch (const HostError& error) {
+    PrintError(error.what());
+    return kExitUnreadable;
+  }
 }
 
 PipeEnd::PipeEnd(PipeEnd&& other) noexcept : m_nFd(std::exchange(other.m_nFd, -1)) {}

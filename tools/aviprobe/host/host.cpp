@@ -4,7 +4,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -14,6 +16,10 @@
 namespace {
 
 constexpr int kMaxEmptyReads = 1000;  // in a row; a real host would hang on a track that exceeds them
+
+/// Without an index the library walks through the file once. What it adds to the units, such as parameter sets in front
+/// of small pictures, is within this; a read that would block can make it begin again at the same place for ever.
+constexpr uint64_t kMostTimesTheFile = 16;
 
 const TrackInfo kNoTrack{};
 
@@ -38,6 +44,18 @@ SPull PullOnce(const MediaFile& file, uint32_t trackType, std::span<uint8_t> buf
       break;
   }
   return pull;
+}
+
+bool HasSeeks(const TrackInfo& info) {
+  switch (info.nTrackType) {
+    case AVI_TRACK_VIDEO:
+      return info.video.bSeekable;
+    case AVI_TRACK_AUDIO:
+      return info.audio.bSeekable;
+    case AVI_TRACK_TEXT:
+      return info.text.bSeekable;
+  }
+  return false;
 }
 
 /// The most that one unit of the file can have.
@@ -178,7 +196,21 @@ SPullResult Host::PullTrack(const MediaFile& file, uint32_t track,
   file.Select(track);
   // The selection moves no cursor, and the audio tracks before this one have been played out.
   if (type == AVI_TRACK_AUDIO) file.Parser().Seek(0, AVI_TRACK_AUDIO, 0);
-  return Pull(file, type, onUnit);
+  if (HasSeeks(file.Track(track))) return Pull(file, type, onUnit);
+
+  const uint64_t most = kMostTimesTheFile * static_cast<uint64_t>(std::max<int64_t>(file.Source().Size(), 1));
+  uint64_t bytes = 0;
+  bool wanted = true;
+  SPullResult result = Pull(file, type, [&](const SUnit& unit) {
+    bytes += unit.payload.size();
+    wanted = onUnit(unit);
+    return wanted && bytes <= most;
+  });
+  if (result.ending == Ending::kStopped && wanted) {
+    result.ending = Ending::kStalled;
+    result.bRepeats = true;
+  }
+  return result;
 }
 
 uint64_t Hash(std::span<const uint8_t> bytes, uint64_t hash) {
@@ -189,10 +221,18 @@ uint64_t Hash(std::span<const uint8_t> bytes, uint64_t hash) {
   return hash;
 }
 
+void FlushStdout() {
+  // A write that failed before leaves nothing to flush, only its mark.
+  if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+    throw HostError(std::string("cannot write: ") + std::strerror(errno));
+  }
+}
+
 void PrintError(const std::string& message) {
   std::fflush(stdout);
   const char* const erase = isatty(STDERR_FILENO) ? "\r\033[K" : "";  // a line that tells how far the work is
-  fmt::print(stderr, "{}aviprobe: {}\n", erase, Shown(message));
+  // fmt::print would throw where stderr takes nothing, and there is nobody else to tell.
+  std::fputs(fmt::format("{}aviprobe: {}\n", erase, Shown(message)).c_str(), stderr);
 }
 
 std::string Trouble(const SPullResult& result) {
@@ -204,6 +244,9 @@ std::string Trouble(const SPullResult& result) {
     case Ending::kStopped:
       return {};
     case Ending::kStalled:
+      if (result.bRepeats) {
+        return fmt::format("stalled (more than {} times the file's bytes came, and no end)", kMostTimesTheFile);
+      }
       return fmt::format("stalled ({} reads in a row gave nothing)", kMaxEmptyReads);
     case Ending::kFailed:
       break;

@@ -53,6 +53,7 @@ struct SPullResult {
   /// Bytes of a unit that did not fit and so ended the track. The library does not tell it from the end: the host asks
   /// once more with all the room that the file could fill. 0: it was the end.
   size_t nTooLarge = 0;
+  bool bRepeats = false;  ///< stalled because the same units came again and again
 };
 
 /// The library refused a file that could be read.
@@ -143,6 +144,8 @@ constexpr uint64_t kHashStart = 0xCBF29CE484222325u;
 /// FNV-1a of 64 bits, carried on from `hash`.
 uint64_t Hash(std::span<const uint8_t> bytes, uint64_t hash = kHashStart);
 
+/// Writes out what is printed. @throw HostError when it, or anything before, could not be written.
+void FlushStdout();
 /// One line on stderr, after all that was printed before.
 void PrintError(const std::string& message);
 /// Why a pull ended, for an error message; empty after the end of the track or when the callback stopped it.
