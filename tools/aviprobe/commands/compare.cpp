@@ -5,6 +5,7 @@
 
 #include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/commands/delivery.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/model/alignment.h"
 #include "tools/aviprobe/model/playback.h"
@@ -58,6 +59,7 @@ int TellUnits(const Host& host, const std::string& path, Progress& progress) {
   const SPlayback playback = Play(host, path, play);
   if (!playback.bOpened) throw HostError(playback.sRefusal);
   progress.Tell("tracks", tracks);
+  if (playback.tracks.empty()) return NothingToPlay(path);
   return code;
 }
 

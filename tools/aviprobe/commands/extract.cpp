@@ -13,8 +13,10 @@
 
 #include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/commands/delivery.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/model/parameter_sets.h"
+#include "tools/aviprobe/model/playback.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/names.h"
 #include "tools/aviprobe/text/shown.h"
@@ -175,15 +177,16 @@ class AdtsHeaders {
 
 /// @return whether the track came out whole. What there is of one that did not stays.
 bool ExtractTrack(const Host& host, const MediaFile& file, uint32_t track, const std::string& path,
-                  Progress& progress) {
+                  Presence* presence, Progress& progress) {
   const TrackInfo& info = file.Track(track);
   const AdtsHeaders adts(file, track);
   Output output(path, file.Path());
   const double duration = static_cast<double>(std::max(file.Duration(), 1ul));
-  uint64_t units = 0;
+  uint64_t units = 0, bytes = 0;
   progress.Stage(fmt::format("extracting track {}", track));
   const SPullResult result = host.PullTrack(file, track, [&](const SUnit& unit) {
     if (units++ == 0 && info.nTrackType == AVI_TRACK_VIDEO) output.Write(LeadIn(file, track, unit.payload));
+    bytes += unit.payload.size();
     adts.WriteFor(unit.payload, &output);
     output.Write(unit.payload);
     if (units % kUnitsPerReport == 0) progress.Done(std::min(static_cast<double>(unit.nTimeMs) / duration, 1.0));
@@ -212,10 +215,9 @@ bool ExtractTrack(const Host& host, const MediaFile& file, uint32_t track, const
                Shown(path));
   }
   const std::string trouble = Trouble(result);
-  if (!trouble.empty()) {
-    PrintError(fmt::format("{}: track {} {} after {} units", file.Path(), track, trouble, units));
-  }
-  return trouble.empty();
+  if (trouble.empty()) return !presence->ComplainOfMissing({track, info.nTrackType, info.nCodecId, units, bytes});
+  PrintError(fmt::format("{}: track {} {} after {} units", file.Path(), track, trouble, units));
+  return false;
 }
 
 /// Where `--all` writes: the folder, or one in it by each file's name where there are several.
@@ -231,9 +233,11 @@ std::filesystem::path FolderFor(const SExtractOptions& options, const std::strin
 int RunExtract(const Host& host, const SExtractOptions& options, const std::string& path, Progress& progress) {
   progress.Stage("opening");
   const MediaFile file = host.Open(path);
+  Presence presence(host, path);
+  if (PlayedTracks(file, {}).empty()) return NothingToPlay(path);
   if (options.nTrack) {
     file.CheckPlays(*options.nTrack);
-    return ExtractTrack(host, file, *options.nTrack, options.sOutput, progress) ? kExitFine : kExitFindings;
+    return ExtractTrack(host, file, *options.nTrack, options.sOutput, &presence, progress) ? kExitFine : kExitFindings;
   }
   const std::filesystem::path folder = FolderFor(options, path);
   int code = kExitFine;
@@ -243,7 +247,7 @@ int RunExtract(const Host& host, const SExtractOptions& options, const std::stri
       continue;
     }
     const std::string name = fmt::format("track{}.{}", track, Extension(file.Track(track)));
-    if (!ExtractTrack(host, file, track, (folder / name).string(), progress)) code = kExitFindings;
+    if (!ExtractTrack(host, file, track, (folder / name).string(), &presence, progress)) code = kExitFindings;
   }
   return code;
 }

@@ -2,6 +2,7 @@
 
 #include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/commands/delivery.h"
 #include "tools/aviprobe/host/core_view.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/host/parser_library.h"
@@ -30,6 +31,7 @@ void PrintEntry(bool json, uint32_t track, uint32_t number, const CoreView::SEnt
 int RunIndex(const SHostOptions& host, const SIndexOptions& options, const std::string& path, Progress& progress) {
   progress.Stage("opening");
   const CoreView view(path, host, LogMask(host.nVerbosity));
+  if (view.TrackCount() == 0) return NothingToPlay(path);
   if (options.nTrack && *options.nTrack >= view.TrackCount()) {
     throw HostError(fmt::format("{}: has no track {}", path, *options.nTrack));
   }

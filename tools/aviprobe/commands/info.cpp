@@ -1,9 +1,11 @@
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/commands/delivery.h"
 #include "tools/aviprobe/commands/info_facts.h"
 
 namespace {
@@ -15,12 +17,17 @@ struct SInfoOptions {
 };
 
 /// Says which tracks did not play to their end. @return whether all did.
-bool AllPlayed(const SInfo& info) {
+bool AllPlayed(const Host& host, const SInfo& info) {
   bool all = true;
+  Presence presence(host, info.sPath);
   for (const SInfoTrack& track : info.tracks) {
     if (!track.delivered) continue;
     const std::string trouble = Trouble(track.delivered->result);
-    if (trouble.empty()) continue;
+    if (trouble.empty()) {
+      all &= !presence.ComplainOfMissing({track.nTrack, track.info.nTrackType, track.info.nCodecId,
+                                          track.delivered->nUnits, track.delivered->nBytes});
+      continue;
+    }
     PrintError(
         fmt::format("{}: track {} {} after {} units", info.sPath, track.nTrack, trouble, track.delivered->nUnits));
     all = false;
@@ -32,12 +39,15 @@ int RunInfo(const SHostOptions& options, const SInfoOptions& wanted) {
   const Host host(options);
   const auto work = [&](const std::string& path, Progress& progress) -> int {
     const SInfo info = GatherInfo(host, path, wanted.bPlay, progress);
+    const bool nothing =
+        std::none_of(info.tracks.begin(), info.tracks.end(), [](const SInfoTrack& track) { return track.bPlayed; });
+    const int code = nothing ? NothingToPlay(path) : kExitFine;
     if (options.bJson) {
       PrintInfoJson(info);
     } else {
       wanted.bBrief ? PrintInfoBrief(info) : PrintInfoText(info);
     }
-    return AllPlayed(info) ? kExitFine : kExitFindings;
+    return AllPlayed(host, info) ? code : kExitFindings;
   };
   return WorstExit(ForEachFile(options, {}, wanted.files, work));
 }

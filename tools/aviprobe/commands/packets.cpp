@@ -5,8 +5,8 @@
 
 #include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/commands/delivery.h"
 #include "tools/aviprobe/host/isolation.h"
-#include "tools/aviprobe/model/file_map.h"
 #include "tools/aviprobe/model/playback.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/names.h"
@@ -25,9 +25,7 @@ struct SPacketsOptions {
 };
 
 /// Chunks without bytes of each stream, as stand for pictures that do not change.
-std::vector<uint64_t> CountEmptyFrames(const std::string& path) {
-  FileSource source(path, false);
-  const SFileMap map = MapFile(source, path, {.bEntries = false});
+std::vector<uint64_t> CountEmptyFrames(const SFileMap& map) {
   std::vector<uint64_t> counts(map.streams.size());
   for (const SChunk& chunk : std::span(map.chunks).first(map.OwnChunks())) {
     const bool empty = chunk.bData && chunk.nSize == 0 && chunk.nStream >= 0;
@@ -38,8 +36,8 @@ std::vector<uint64_t> CountEmptyFrames(const std::string& path) {
 
 class Printer {
  public:
-  Printer(const Host& host, const SPacketsOptions& options, const std::string& path)
-      : m_bJson(host.Json()), m_Options(options), m_sPath(path) {
+  Printer(const Host& host, const SPacketsOptions& options, const std::string& path, Presence* presence)
+      : m_bJson(host.Json()), m_Options(options), m_sPath(path), m_Presence(*presence) {
     // One file's records need not say whose they are: the total does.
     if (m_bJson && options.files.size() > 1) m_sOfFile = fmt::format(R"(,"file":{})", Quoted(path));
     if (m_bJson) return;
@@ -57,8 +55,7 @@ class Printer {
   }
 
   void Track(const STrackPlayback& track) {
-    // Not before a track is played: in a long file the walk would hold up the first units.
-    if (!m_EmptyFrames) m_EmptyFrames = CountEmptyFrames(m_sPath);
+    if (!m_EmptyFrames) m_EmptyFrames = CountEmptyFrames(m_Presence.Map());
     m_bJson ? JsonTrack(track) : TextTrack(track);
   }
 
@@ -147,6 +144,7 @@ class Printer {
   bool m_bJson;
   const SPacketsOptions& m_Options;
   std::string m_sPath;
+  Presence& m_Presence;
   std::string m_sOfFile;
   std::optional<std::vector<uint64_t>> m_EmptyFrames;  // by track; none yet
 };
@@ -174,11 +172,16 @@ std::vector<SPlaced> InFileOrder(const SPlayback& playback) {
 
 int RunPackets(const Host& host, const SPacketsOptions& options, const std::string& path, Progress& progress) {
   const bool merged = options.sOrder == "file" && !options.bSummary;
+  Presence presence(host, path);
   std::optional<Printer> printer;
   int failed = 0;
   const auto complain = [&](const STrackPlayback& track, const SPullResult& result) {
     const std::string trouble = Trouble(result);
-    if (trouble.empty()) return;
+    if (trouble.empty()) {
+      failed += presence.ComplainOfMissing(
+          {track.nTrack, track.info.nTrackType, track.info.nCodecId, track.nUnits, track.nBytes});
+      return;
+    }
     PrintError(fmt::format("{}: track {} {} after {} units", path, track.nTrack, trouble, track.nUnits));
     ++failed;
   };
@@ -189,7 +192,7 @@ int RunPackets(const Host& host, const SPacketsOptions& options, const std::stri
   play.bUnits = merged;
   play.onStage = [&](const std::string& stage) { progress.Stage(stage); };
   play.onDone = [&](double share) { progress.Done(share); };
-  play.onOpened = [&](const MediaFile&) { printer.emplace(host, options, path); };
+  play.onOpened = [&](const MediaFile&) { printer.emplace(host, options, path, &presence); };
   if (!merged) play.onUnit = [&](uint32_t track, const SUnit&, const SPlayedUnit& unit) { printer->Unit(track, unit); };
   play.onTrack = [&](const STrackPlayback& track, const SPullResult& result) {
     if (!merged) printer->Track(track);
@@ -202,6 +205,7 @@ int RunPackets(const Host& host, const SPacketsOptions& options, const std::stri
     for (const STrackPlayback& track : playback.tracks) printer->Track(track);
   }
   printer->Total(playback, failed);
+  if (playback.tracks.empty()) return NothingToPlay(path);
   return failed ? kExitFindings : kExitFine;
 }
 

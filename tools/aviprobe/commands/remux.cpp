@@ -118,13 +118,13 @@ void PrintText(const SRemuxJob& job, const SRemuxed& done) {
 int RunRemux(const Host& host, const SRemuxJob& job, Progress& progress) try {
   const SRemuxed done = Remux(host, job, progress);
   host.Json() ? PrintJson(job, done) : PrintText(job, done);
-  int code = done.bIncomplete ? kExitFindings : kExitFine;
+  int code = done.troubles.empty() ? kExitFine : kExitFindings;
+  for (const std::string& trouble : done.troubles) PrintError(job.sInput + ": " + trouble);
   for (const SRemuxedTrack& track : done.tracks) {
     const std::string trouble = Trouble(track.result);
-    if (!trouble.empty()) {
-      PrintError(fmt::format("{}: track {} {} after {} units", job.sInput, track.nTrack, trouble, track.nUnits));
-    }
-    if (!trouble.empty() || track.bSame == false) code = kExitFindings;
+    if (trouble.empty()) continue;
+    PrintError(fmt::format("{}: track {} {} after {} units", job.sInput, track.nTrack, trouble, track.nUnits));
+    code = kExitFindings;
   }
   return code;
 } catch (const CopyError& error) {

@@ -2,7 +2,9 @@
 
 #include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/commands/delivery.h"
 #include "tools/aviprobe/host/isolation.h"
+#include "tools/aviprobe/model/playback.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/shown.h"
 #include "tools/aviprobe/text/times.h"
@@ -26,10 +28,34 @@ uint32_t FindTrack(const MediaFile& file, uint32_t type, const SSeekOptions& opt
   return *track;
 }
 
+/// Says so when a seek that gave nothing should have given something. @return whether it should.
+bool ComplainOfLost(const Host& host, uint32_t track, const SSeekOptions& options, const std::string& path,
+                    Progress& progress) {
+  constexpr uint64_t kSlackMs = 500;
+  progress.Stage(fmt::format("playing track {} to see where it ends", track));
+  const MediaFile file = host.Open(path);  // the other one stands where the seek led
+  const TrackInfo& info = file.Track(track);
+  SDelivery delivery{track, info.nTrackType, info.nCodecId};
+  uint64_t lastMs = 0;
+  host.PullTrack(file, track, [&](const SUnit& unit) {
+    ++delivery.nUnits;
+    delivery.nBytes += unit.payload.size();
+    lastMs = unit.nTimeMs;
+    return true;
+  });
+  Presence presence(host, path);
+  if (options.nAtMs < presence.Ms(track) && presence.ComplainOfMissing(delivery)) return true;
+  // Behind the last key frame mode 1 finds none.
+  if (options.nMode == 1 || options.nAtMs + kSlackMs >= lastMs) return false;
+  PrintError(fmt::format("{}: track {}: nothing came after the seek, though it goes on to {} ms", path, track, lastMs));
+  return true;
+}
+
 int RunSeek(const Host& host, const SSeekOptions& options, const std::string& path, Progress& progress) {
   const uint32_t type = options.sKind == "audio" ? AVI_TRACK_AUDIO : AVI_TRACK_VIDEO;
   progress.Stage("opening");
   const MediaFile file = host.Open(path);
+  if (PlayedTracks(file, {}).empty()) return NothingToPlay(path);
   const uint32_t track = FindTrack(file, type, options);
   file.Select(track);
   progress.Stage(fmt::format("seeking in track {} to {}", track, ClockText(options.nAtMs)));
@@ -58,7 +84,10 @@ int RunSeek(const Host& host, const SSeekOptions& options, const std::string& pa
     if (options.files.size() > 1) fmt::print("{}: ", Shown(path));
     fmt::print("track {}: {}, asked {} ms, mode {}: {}\n", track, options.sKind, options.nAtMs, options.nMode, reached);
   }
-  if (trouble.empty()) return kExitFine;
+  if (trouble.empty()) {
+    const bool ended = result.ending == Ending::kEndOfTrack;
+    return ended && ComplainOfLost(host, track, options, path, progress) ? kExitFindings : kExitFine;
+  }
   PrintError(fmt::format("{}: track {} {} after the seek", file.Path(), track, trouble));
   return kExitFindings;
 }

@@ -4,6 +4,7 @@
 
 #include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
+#include "tools/aviprobe/commands/delivery.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/model/file_map.h"
 #include "tools/aviprobe/model/playback.h"
@@ -180,10 +181,12 @@ std::vector<int> Modes(const std::string& mode, uint32_t trackType) {
 
 /// @return the seeks that failed or were lost.
 size_t TestTrack(const Host& host, const MediaFile& file, const SSeekTestOptions& options, uint32_t track,
-                 uint64_t declaredMs, Progress& progress) {
+                 uint64_t declaredMs, uint64_t presentMs, Progress& progress) {
   const TrackInfo& info = file.Track(track);
   // Without an index only the start can be reached, and other seeks move nothing.
-  const uint64_t last = Seekable(info) ? file.Duration() : 0;
+  uint64_t last = Seekable(info) ? file.Duration() : 0;
+  // A header may state any length: the first seek behind what is there tells as much as all others.
+  if (presentMs) last = std::min(last, presentMs + options.nEveryMs);
   size_t failed = 0, lost = 0;
   file.Select(track);
   for (const int mode : Modes(options.sMode, info.nTrackType)) {
@@ -230,10 +233,14 @@ int RunSeekTest(const Host& host, const SSeekTestOptions& options, const std::st
     if (!options.bSummary) fmt::print("track mode  asked         reached        reads     bytes\n");
   }
   const std::vector<uint64_t> declared = DeclaredMs(path);
+  const std::vector<uint32_t> tracks = PlayedTracks(file, {});
+  if (tracks.empty()) return NothingToPlay(path);
+  Presence presence(host, path);
   size_t failed = 0;
-  for (const uint32_t track : PlayedTracks(file, {})) {
+  for (const uint32_t track : tracks) {
     if (file.Track(track).nTrackType == AVI_TRACK_TEXT) continue;  // seeks leave it where it is
-    failed += TestTrack(host, file, options, track, track < declared.size() ? declared[track] : 0, progress);
+    const uint64_t declaredMs = track < declared.size() ? declared[track] : 0;
+    failed += TestTrack(host, file, options, track, declaredMs, presence.Ms(track), progress);
   }
   return failed ? kExitFindings : kExitFine;
 }

@@ -11,15 +11,14 @@
 #include <fstream>
 #include <memory>
 
+#include "tools/aviprobe/commands/delivery.h"
 #include "tools/aviprobe/host/file_source.h"
 #include "tools/aviprobe/model/file_map.h"
-#include "tools/aviprobe/model/measure.h"
 #include "tools/aviprobe/model/playback.h"
 #include "tools/aviprobe/model/track_facts.h"
 #include "tools/aviprobe/remux/lane.h"
 #include "tools/aviprobe/remux/muxer.h"
 #include "tools/aviprobe/text/names.h"
-#include "tools/aviprobe/text/shown.h"
 #include "tools/aviprobe/text/times.h"
 
 namespace {
@@ -31,35 +30,6 @@ SFileMap MapWhole(const std::string& path) {
   FileSource source(path, false);
   return MapFile(source, path);
 }
-
-/// What of a track is in the file and was not delivered.
-struct SShortfall {
-  uint64_t nMissing = 0, nPresent = 0;  ///< pictures; of sound milliseconds
-};
-
-SShortfall MissingPictures(const SFileMap& map, const STrackFacts& facts, const SRemuxedTrack& track) {
-  const auto present = static_cast<uint64_t>(std::count_if(facts.chunks.begin(), facts.chunks.end(), [&](uint32_t i) {
-    return IsUnit(map.Chunk(i)) && map.Chunk(i).nSize;
-  }));
-  uint64_t delivered = track.nUnits;
-  if (track.nCodecId == AVI_CODEC_MPEG12 && facts.present.nBytes) {  // pictures may lie across chunks
-    delivered = static_cast<uint64_t>(static_cast<double>(track.nBytes) / static_cast<double>(facts.present.nBytes) *
-                                      static_cast<double>(present));
-  }
-  return {present > delivered + 1 ? present - delivered : 0, present};
-}
-
-SShortfall MissingSound(const STrackFacts& facts, const SRemuxedTrack& track) {
-  constexpr uint64_t kWorthMs = 500;
-  const bool narrowed = track.nCodecId == AVI_CODEC_PCM && facts.pHeader->BitsPerSample() == 24;
-  const uint64_t expected = narrowed ? facts.present.nBytes / 3 * 2 : facts.present.nBytes;
-  if (track.nBytes >= expected) return {};
-  const double lost = static_cast<double>(expected - track.nBytes) / static_cast<double>(expected);
-  const auto lostMs = static_cast<uint64_t>(lost * static_cast<double>(facts.present.nMs));
-  return {lostMs > kWorthMs ? lostMs : 0, facts.present.nMs};
-}
-
-bool HasIndex(const SFileMap& map) { return map.idx1 || !map.superSlots.empty() || !map.chunkIndexes.empty(); }
 
 std::vector<uint8_t> ReadConfig(const MediaFile& file, uint32_t track) {
   std::vector<uint8_t> buffer(1 << 16);
@@ -81,7 +51,7 @@ class Copy {
   SRemuxed Run() {
     MakeLanes();
     if (std::none_of(m_Lanes.begin(), m_Lanes.end(), [](const auto& lane) { return lane->Result().nUnits > 0; })) {
-      throw CopyError(m_Job.sInput + ": nothing of it is delivered" + Reason());
+      throw CopyError(m_Job.sInput + ": nothing of it is delivered" + WhyMissing(m_Map, m_Host.Options()));
     }
     Muxer muxer(m_Job);
     for (const auto& lane : m_Lanes) muxer.AddStream(lane->Parameters());
@@ -111,6 +81,7 @@ class Copy {
             std::make_unique<Lane>(m_Host, m_Job, track, m_Map.streams[track], ReadConfig(m_File, track)));
       });
     }
+    if (m_Lanes.empty() && !m_Map.IsAvi()) throw HostError(m_Job.sInput + ": not an AVI file");
     if (m_Lanes.empty()) throw CopyError(m_Job.sInput + ": has no track to copy");
   }
 
@@ -212,30 +183,27 @@ class Copy {
             track.nTrack, drift > 0 ? drift : -drift, drift > 0 ? "later" : "earlier"));
       }
       if (track.bSame == false) {
-        m_Done.notes.push_back(fmt::format("track {}: the copy does not deliver the same units again", track.nTrack));
+        AddTrouble(fmt::format("track {}: the copy does not deliver the same units again", track.nTrack));
       }
     }
-  }
-
-  /// Why something is missing, as far as there is something to do about it.
-  std::string Reason() const {
-    const bool helps = HasIndex(m_Map) && !m_Host.Options().hiddenChunks && FileFacts(m_Map, nullptr).PlaysUnindexed();
-    return helps ? ": its index leaves them out; --ignore-index plays without it" : "";
   }
 
   void NoteMissing() {
     const FileFacts facts(m_Map, nullptr);
     for (const SRemuxedTrack& track : m_Done.tracks) {
       if (track.result.ending != Ending::kEndOfTrack) continue;  // that is said already
-      const STrackFacts& there = facts.Tracks()[track.nTrack];
-      const bool video = track.nType == AVI_TRACK_VIDEO;
-      const SShortfall shortfall = video ? MissingPictures(m_Map, there, track) : MissingSound(there, track);
-      if (shortfall.nMissing == 0) continue;
-      m_Done.bIncomplete = true;
-      m_Done.notes.push_back(fmt::format("track {}: {} of {} {} of {} are not in the copy{}", track.nTrack,
-                                         shortfall.nMissing, shortfall.nPresent, video ? "pictures" : "ms of sound",
-                                         Shown(m_Job.sInput), Reason()));
+      const std::string missing =
+          Missing(m_Map, facts, {track.nTrack, track.nType, track.nCodecId, track.nUnits, track.nBytes});
+      if (missing.empty()) continue;
+      AddTrouble(fmt::format("track {}: {} are not in the copy{}", track.nTrack, missing,
+                             WhyMissing(m_Map, m_Host.Options())));
     }
+  }
+
+  /// A note that costs the exit code.
+  void AddTrouble(const std::string& text) {
+    m_Done.notes.push_back(text);
+    m_Done.troubles.push_back(text);
   }
 
   const Host& m_Host;

@@ -39,7 +39,7 @@ struct SRemuxedTrack {
 struct SRemuxed {
   std::vector<SRemuxedTrack> tracks;  ///< in the order of the copy
   std::vector<std::string> notes;     ///< what the copy lacks or has otherwise, a line each
-  bool bIncomplete = false;           ///< a track ended well, but not all of it that is in the file was delivered
+  std::vector<std::string> troubles;  ///< those of the notes that mean that the copy is not all that the file has
 };
 
 /// The input plays, but there can be no such copy.
