@@ -124,14 +124,8 @@ TEST(Tool, PrintsNoControlCharacterOfAFileName) {
 TEST(Tool, SaysThatItCannotWrite) {
   const std::string film = " " ZU_SAMPLES_DIR "/xvid-pcm.avi";
   const std::string rows[] = {
-      "check" + film,
-      "check --json" + film,
-      "check --in-process" + film,
-      "check --jobs 2" + film + film,
-      "info" + film,
-      "--version",
-      "--version --json",
-      "check --help",
+      "check" + film, "check --json" + film, "check --in-process" + film, "check --jobs 2" + film + film,
+      "info" + film,  "--version",           "--version --json",          "check --help",
   };
   for (const std::string& row : rows) {
     const SRun run = RunTool(row + " 2>&1 >/dev/full; exit $?");  // RunTool sends stderr after stdout

@@ -1,6 +1,9 @@
 #include "tools/aviprobe/model/playback.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
 
 #include "tests/aviprobe/temp_file.h"
 #include "tools/aviprobe/host/isolation.h"
@@ -233,4 +236,98 @@ TEST(Tool, NamesTheUnitsThatACopyLacks) {
   EXPECT_NE(run.sOutput.find("track 0: 12 units missing in B at 00:00:01.200 (units 30-41 of A)\n"), std::string::npos)
       << run.sOutput;
   EXPECT_NE(run.sOutput.find("track 1: audio, equal, 50 units\n"), std::string::npos) << run.sOutput;
+}
+
+TEST(Tool, SaysWhatOfATrackDidNotCome) {
+  AviBuilder whole = Film("MJPG"), half = Film("MJPG"), unlisted = Film("MJPG");
+  for (uint8_t i = 0; i < 50; ++i) {
+    for (AviBuilder* film : {&whole, &unlisted}) film->Chunk(0, Filled(20, i)).Chunk(1, Filled(320, i));
+    const bool listed = i < 20;
+    listed ? half.Chunk(0, Filled(20, i)) : half.RawChunk("00dc", Filled(20, i));
+    listed ? half.Chunk(1, Filled(320, i)) : half.RawChunk("01wb", Filled(320, i));
+  }
+  AviFile zeros = whole.Build();
+  zeros.Put(zeros.Find("idx1") + 8, Filled(size_t{16} * 100, 0));
+  unlisted.RawChunk("00dc", Filled(20, 99));  // an end may be left out: a picture is not worth a line
+  const TempFile good(whole.Build().bytes), short20(half.Build().bytes), none(zeros.bytes),
+      last(unlisted.Build().bytes);
+  const std::string folder = testing::TempDir() + "delivery-" + std::to_string(getpid());
+  const char* const lost = ": track 0: 30 of 50 pictures were not delivered: its index leaves them out; --ignore-index";
+  struct SRow {
+    std::string sArguments;
+    const TempFile& file;
+    int nExit;
+    const char* pSays;
+  };
+  const SRow rows[] = {
+      {"packets --summary", good, 0, ""},
+      {"packets --summary", last, 0, ""},
+      {"packets --summary", short20, 1, lost},
+      {"packets --summary", short20, 1, "track 1: 1200 of 2000 ms of sound were not delivered"},
+      {"packets --order file", short20, 1, lost},
+      {"packets --summary --ignore-index", short20, 0, ""},
+      {"packets --track 0", short20, 1, lost},
+      {"packets --summary", none, 1, "track 0: 50 of 50 pictures were not delivered"},
+      {"packets --chunk-bytes 160", good, 1, "ms of sound were not delivered: the source was made a bad one"},
+      {"info --play", good, 0, ""},
+      {"info --play", short20, 1, lost},
+      {"info", short20, 0, ""},
+      {"extract --all " + folder, good, 0, ""},
+      {"extract --all " + folder, short20, 1, lost},
+      {"extract --all " + folder, none, 1, "track 1: 2000 of 2000 ms of sound"},
+      {"extract --track 1 -o /dev/null", short20, 1, "track 1: 1200 of 2000 ms of sound"},
+      {"seek --at 1s", good, 0, ""},
+      {"seek --at 9s", good, 0, ""},
+      {"seek --at 1.9s --mode 1", good, 0, ""},
+      {"seek --at 1s", none, 1, "track 0: 50 of 50 pictures"},
+      {"seek --at 1s --kind audio", none, 1, "track 1: 2000 of 2000 ms of sound"},
+      {"seek --at 9s", none, 0, ""},
+  };
+  for (const SRow& row : rows) {
+    const SRun run = RunTool(row.sArguments + " " + row.file.Path() + " 2>&1 >/dev/null; exit $?");
+    EXPECT_EQ(run.nExit, row.nExit) << row.sArguments << "\n" << run.sOutput;
+    EXPECT_NE(run.sOutput.find(row.pSays), std::string::npos) << row.sArguments << "\n" << run.sOutput;
+    EXPECT_EQ(run.sOutput.empty(), row.nExit == 0) << row.sArguments << "\n" << run.sOutput;
+  }
+  std::filesystem::remove_all(folder);
+}
+
+TEST(Tool, TellsWhatIsNoAviFromOneWithNothingToPlay) {
+  Bytes flipped = Film("XVID").Chunk(0, "frame").Build().bytes;
+  flipped[12] ^= 1;  // LIST of hdrl
+  const TempFile one(Bytes(1, 'R')), riff(Bytes{'R', 'I', 'F', 'F', 4, 0, 0, 0, 'A', 'V', 'I', ' '}), broken(flipped),
+      wave(Bytes{'R', 'I', 'F', 'F', 28, 0, 0,  0,  'W', 'A', 'V', 'E', 'f', 'm', 't', ' ', 16, 0,
+                 0,   0,   1,   0,   1,  0, 64, 31, 0,   0,   64,  31,  0,   0,   1,   0,   8,  0});
+  struct SRow {
+    const char* pName;
+    const TempFile& file;
+    int nExit;
+    const char* pSays;
+  };
+  const SRow rows[] = {
+      {"one byte", one, 3, ": not an AVI file\n"},
+      {"WAVE", wave, 3, ": not an AVI file\n"},
+      {"a RIFF header", riff, 1, ": nothing in it to play\n"},
+      {"a damaged hdrl", broken, 1, ": nothing in it to play\n"},
+  };
+  const std::string folder = testing::TempDir() + "none-" + std::to_string(getpid());
+  const std::string commands[] = {
+      "info",       "info --json", "packets", "packets --json", "index", "extract --all " + folder, "seektest --json",
+      "seek --at 0"};
+  for (const std::string& command : commands) {
+    for (const SRow& row : rows) {
+      const SRun run = RunTool(command + " " + row.file.Path() + " 2>&1 >/dev/null; exit $?");
+      EXPECT_EQ(run.nExit, row.nExit) << command << ", " << row.pName << "\n" << run.sOutput;
+      EXPECT_EQ(run.sOutput, "aviprobe: " + row.file.Path() + row.pSays) << command << ", " << row.pName;
+    }
+  }
+}
+
+TEST(Tool, SeeksNoFartherThanAStepBehindWhatIsThere) {
+  AviBuilder film;
+  film.Main({.totalFrames = 100'000'000}).Video({.fourcc = "MJPG"}, {.scale = 1, .rate = 25, .length = 100'000'000});
+  for (uint8_t i = 0; i < 50; ++i) film.Chunk(0, Filled(20, i));
+  const TempFile file(film.OldIndex().Build().bytes);
+  const SRun run = RunTool("seektest --every 1s --summary " + file.Path());
+  EXPECT_NE(run.sOutput.find("mode 0: 4 seeks, 0 failed"), std::string::npos) << run.sOutput;
 }

@@ -116,7 +116,7 @@ int Explain(const CLI::App& app, const CLI::ParseError& error, bool json) {
 constexpr const char* kExitCodes =
     "Exit code, the worst of all files':\n"
     "  0  fine\n"
-    "  1  findings, or a track that did not play to its end\n"
+    "  1  findings, a track that did not play to its end, or nothing to play\n"
     "  2  the command line is wrong\n"
     "  3  not an AVI file, or not readable\n"
     "  4  the library gave up on a file: it ended the process, crashed or never came back";

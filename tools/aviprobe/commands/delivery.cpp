@@ -49,8 +49,10 @@ std::string Missing(const SFileMap& map, const FileFacts& facts, const SDelivery
 }
 
 std::string WhyMissing(const SFileMap& map, const SHostOptions& options) {
-  const bool badSource = options.failure || options.nBlockEvery || options.nChunkBytes;
-  const bool helps = HasIndex(map) && !options.hiddenChunks && !badSource && FileFacts(map, nullptr).PlaysUnindexed();
+  if (options.failure || options.nBlockEvery || options.nChunkBytes || options.bStreaming) {
+    return ": the source was made a bad one";
+  }
+  const bool helps = HasIndex(map) && !options.hiddenChunks && FileFacts(map, nullptr).PlaysUnindexed();
   return helps ? ": its index leaves them out; --ignore-index plays without it" : "";
 }
 

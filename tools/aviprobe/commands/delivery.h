@@ -18,8 +18,8 @@ struct SDelivery {
   uint64_t nUnits = 0, nBytes = 0;
 };
 
-/// What of a track is in the file and did not come: "30 of 60 pictures", "900 of 2000 ms of sound"; empty when that is no
-/// more than a picture or half a second, as ends of files cost. Of text nothing is known.
+/// What of a track is in the file and did not come: "30 of 60 pictures", "900 of 2000 ms of sound"; empty when that is
+/// no more than a picture or half a second, as ends of files cost. Of text nothing is known.
 std::string Missing(const SFileMap& map, const FileFacts& facts, const SDelivery& delivery);
 /// Why, as far as there is something to do about it, as the end of a sentence; may be empty.
 std::string WhyMissing(const SFileMap& map, const SHostOptions& options);

@@ -176,8 +176,8 @@ class AdtsHeaders {
 };
 
 /// @return whether the track came out whole. What there is of one that did not stays.
-bool ExtractTrack(const Host& host, const MediaFile& file, uint32_t track, const std::string& path,
-                  Presence* presence, Progress& progress) {
+bool ExtractTrack(const Host& host, const MediaFile& file, uint32_t track, const std::string& path, Presence* presence,
+                  Progress& progress) {
   const TrackInfo& info = file.Track(track);
   const AdtsHeaders adts(file, track);
   Output output(path, file.Path());

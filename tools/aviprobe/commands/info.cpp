@@ -24,8 +24,8 @@ bool AllPlayed(const Host& host, const SInfo& info) {
     if (!track.delivered) continue;
     const std::string trouble = Trouble(track.delivered->result);
     if (trouble.empty()) {
-      all &= !presence.ComplainOfMissing({track.nTrack, track.info.nTrackType, track.info.nCodecId,
-                                          track.delivered->nUnits, track.delivered->nBytes});
+      all &= !presence.ComplainOfMissing(
+          {track.nTrack, track.info.nTrackType, track.info.nCodecId, track.delivered->nUnits, track.delivered->nBytes});
       continue;
     }
     PrintError(
