@@ -32,6 +32,12 @@ AvPacket TrackReader::Next() {
   const std::span<const uint8_t> bytes(packet->data, static_cast<size_t>(packet->size));
   ++m_Facts.nUnits;
   m_Facts.nBytes += bytes.size();
+  // As in Host::PullTrack: without an index a source that blocks can make the library repeat for ever.
+  constexpr uint64_t kMostTimesTheFile = 16;
+  const bool seeks = m_Facts.nType == AVI_TRACK_VIDEO ? Info().video.bSeekable : Info().audio.bSeekable;
+  if (!seeks && m_Facts.nBytes / kMostTimesTheFile > static_cast<uint64_t>(m_File.Source().Size())) {
+    throw HostError("more than 16 times the file's bytes came, and no end");
+  }
   m_Facts.nHash = AddUnitHash(Hash(bytes), m_Facts.nHash);
   return packet;
 }
