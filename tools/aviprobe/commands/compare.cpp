@@ -5,9 +5,9 @@
 
 #include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
-#include "tools/aviprobe/commands/delivery.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/model/alignment.h"
+#include "tools/aviprobe/model/delivery.h"
 #include "tools/aviprobe/model/playback.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/names.h"

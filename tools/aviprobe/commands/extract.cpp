@@ -13,8 +13,8 @@
 
 #include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
-#include "tools/aviprobe/commands/delivery.h"
 #include "tools/aviprobe/host/isolation.h"
+#include "tools/aviprobe/model/delivery.h"
 #include "tools/aviprobe/model/parameter_sets.h"
 #include "tools/aviprobe/model/playback.h"
 #include "tools/aviprobe/text/json_line.h"

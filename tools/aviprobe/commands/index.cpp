@@ -2,10 +2,10 @@
 
 #include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
-#include "tools/aviprobe/commands/delivery.h"
 #include "tools/aviprobe/host/core_view.h"
 #include "tools/aviprobe/host/isolation.h"
 #include "tools/aviprobe/host/parser_library.h"
+#include "tools/aviprobe/model/delivery.h"
 #include "tools/aviprobe/text/json_line.h"
 #include "tools/aviprobe/text/shown.h"
 

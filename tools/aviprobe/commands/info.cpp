@@ -5,8 +5,8 @@
 
 #include "tools/aviprobe/commands/command_options.h"
 #include "tools/aviprobe/commands/commands.h"
-#include "tools/aviprobe/commands/delivery.h"
 #include "tools/aviprobe/commands/info_facts.h"
+#include "tools/aviprobe/model/delivery.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include <fstream>
 #include <memory>
 
-#include "tools/aviprobe/commands/delivery.h"
 #include "tools/aviprobe/host/file_source.h"
+#include "tools/aviprobe/model/delivery.h"
 #include "tools/aviprobe/model/file_map.h"
 #include "tools/aviprobe/model/playback.h"
 #include "tools/aviprobe/model/track_facts.h"

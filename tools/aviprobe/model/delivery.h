@@ -1,5 +1,5 @@
-#ifndef ZU_TOOLS_AVIPROBE_COMMANDS_DELIVERY_H_
-#define ZU_TOOLS_AVIPROBE_COMMANDS_DELIVERY_H_
+#ifndef ZU_TOOLS_AVIPROBE_MODEL_DELIVERY_H_
+#define ZU_TOOLS_AVIPROBE_MODEL_DELIVERY_H_
 
 #include <cstdint>
 #include <optional>
@@ -48,4 +48,4 @@ class Presence {
 /// @throw HostError when it is no AVI file at all.
 int NothingToPlay(const std::string& path);
 
-#endif  // ZU_TOOLS_AVIPROBE_COMMANDS_DELIVERY_H_
+#endif  // ZU_TOOLS_AVIPROBE_MODEL_DELIVERY_H_

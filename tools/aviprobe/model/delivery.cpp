@@ -1,4 +1,4 @@
-#include "tools/aviprobe/commands/delivery.h"
+#include "tools/aviprobe/model/delivery.h"
 
 #include <fmt/format.h>
 
