@@ -103,17 +103,6 @@ const char* Extension(const TrackInfo& info) {
   return found == std::end(kExtensions) ? "bin" : found->second;
 }
 
-Bytes ReadConfig(const MediaFile& file, uint32_t track) {
-  Bytes buffer(1 << 16);
-  MediaFile::SConfig config = file.ReadConfig(track, buffer);
-  if (config.nLength > buffer.size()) {
-    buffer.resize(config.nLength);
-    config = file.ReadConfig(track, buffer);
-  }
-  buffer.resize(config.bytes.size());
-  return buffer;
-}
-
 /// Whether `accept` likes the byte behind any start code.
 template <typename Accept>
 bool HasHeader(ByteSpan bytes, Accept accept) {
@@ -130,12 +119,12 @@ Bytes LeadIn(const MediaFile& file, uint32_t track, ByteSpan firstUnit) {
   const uint32_t codec = file.Track(track).nCodecId;
   if (IsMpeg4Part2(codec)) {
     const bool complete = HasHeader(firstUnit, [](uint8_t b) { return (b & 0xF0) == 0x20; });
-    return complete ? Bytes() : ReadConfig(file, track);
+    return complete ? Bytes() : file.WholeConfig(track);
   }
   if (codec == AVI_CODEC_H264) {
     // Asked no earlier than here: once the host has the configuration, the library adds none to the units.
     if (HasHeader(firstUnit, [](uint8_t b) { return (b & 0x1F) == 7; })) return {};
-    const Bytes config = ReadConfig(file, track);
+    const Bytes config = file.WholeConfig(track);
     return !config.empty() && config[0] == 1 ? ParameterSets(config) : config;
   }
   return {};
@@ -147,7 +136,7 @@ class AdtsHeaders {
   AdtsHeaders(const MediaFile& file, uint32_t track) {
     const TrackInfo& info = file.Track(track);
     if (info.nTrackType != AVI_TRACK_AUDIO || info.nCodecId != AVI_CODEC_AAC) return;
-    const Bytes config = ReadConfig(file, track);
+    const Bytes config = file.WholeConfig(track);
     if (config.size() < 2) return;
     m_nObjectType = config[0] >> 3u;
     m_nRate = (config[0] & 7u) << 1 | config[1] >> 7;

@@ -9,25 +9,13 @@
 
 namespace {
 
-bool Seekable(const TrackInfo& info) {
-  switch (info.nTrackType) {
-    case AVI_TRACK_VIDEO:
-      return info.video.bSeekable;
-    case AVI_TRACK_AUDIO:
-      return info.audio.bSeekable;
-    case AVI_TRACK_TEXT:
-      return info.text.bSeekable;
-  }
-  return false;
-}
-
 SInfoTrack DescribeTrack(const Host& host, const MediaFile& file, uint32_t track) {
   SInfoTrack facts;
   facts.nTrack = track;
   facts.info = file.Track(track);
   facts.sCodec = CodecName(facts.info.nTrackType, facts.info.nCodecId);
   facts.bPlayed = file.Plays(track);
-  facts.bSeekable = Seekable(facts.info);
+  facts.bSeekable = HasSeeks(facts.info);
   const MediaFile::SConfig config = file.ReadConfig(track, host.Buffer());
   facts.nConfig = config.nLength;
   facts.config.assign(config.bytes.begin(), config.bytes.end());

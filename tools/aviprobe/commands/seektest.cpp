@@ -40,10 +40,6 @@ struct SSeekResult {
 
 const char* Plural(uint64_t count) { return count == 1 ? "" : "s"; }
 
-bool Seekable(const TrackInfo& info) {
-  return info.nTrackType == AVI_TRACK_VIDEO ? info.video.bSeekable : info.audio.bSeekable;
-}
-
 SSeekResult SeekOnce(const Host& host, const MediaFile& file, uint32_t track, uint32_t askedMs, int mode) {
   const uint32_t type = file.Track(track).nTrackType;
   const uint64_t reads = file.Source().Reads(), bytes = file.Source().BytesRead();
@@ -184,7 +180,7 @@ size_t TestTrack(const Host& host, const MediaFile& file, const SSeekTestOptions
                  uint64_t declaredMs, uint64_t presentMs, Progress& progress) {
   const TrackInfo& info = file.Track(track);
   // Without an index only the start can be reached, and other seeks move nothing.
-  uint64_t last = Seekable(info) ? file.Duration() : 0;
+  uint64_t last = HasSeeks(info) ? file.Duration() : 0;
   // A header may state any length: the first seek behind what is there tells as much as all others.
   if (presentMs) last = std::min(last, presentMs + options.nEveryMs);
   size_t failed = 0, lost = 0;
@@ -207,10 +203,10 @@ size_t TestTrack(const Host& host, const MediaFile& file, const SSeekTestOptions
     PrintError(fmt::format("{}: track {}: {} seek{} before its declared end gave nothing", file.Path(), track, lost,
                            Plural(lost)));
   }
-  if (!Seekable(info)) {
+  if (!HasSeeks(info)) {
     PrintError(fmt::format("{}: track {} has no index: only its start can be reached", file.Path(), track));
   }
-  return failed + lost + (Seekable(info) ? 0 : 1);
+  return failed + lost + (HasSeeks(info) ? 0 : 1);
 }
 
 /// By the streams' headers, in the order of the tracks.

@@ -46,18 +46,6 @@ SPull PullOnce(const MediaFile& file, uint32_t trackType, std::span<uint8_t> buf
   return pull;
 }
 
-bool HasSeeks(const TrackInfo& info) {
-  switch (info.nTrackType) {
-    case AVI_TRACK_VIDEO:
-      return info.video.bSeekable;
-    case AVI_TRACK_AUDIO:
-      return info.audio.bSeekable;
-    case AVI_TRACK_TEXT:
-      return info.text.bSeekable;
-  }
-  return false;
-}
-
 /// The most that one unit of the file can have.
 size_t LargestUnit(const MediaFile& file) {
   return std::min(static_cast<size_t>(std::max<int64_t>(file.Source().Size(), 1)), kLargestBuffer);
@@ -115,6 +103,18 @@ void MediaFile::Select(uint32_t track) const {
   if (type == AVI_TRACK_TEXT) m_pParser->SelectTextTrack(static_cast<int>(track));
 }
 
+bool HasSeeks(const TrackInfo& info) {
+  switch (info.nTrackType) {
+    case AVI_TRACK_VIDEO:
+      return info.video.bSeekable;
+    case AVI_TRACK_AUDIO:
+      return info.audio.bSeekable;
+    case AVI_TRACK_TEXT:
+      return info.text.bSeekable;
+  }
+  return false;
+}
+
 MediaFile::SConfig MediaFile::ReadConfig(uint32_t track, std::span<uint8_t> buffer) const {
   SConfig config;
   int status = AVI_ERROR;
@@ -126,6 +126,17 @@ MediaFile::SConfig MediaFile::ReadConfig(uint32_t track, std::span<uint8_t> buff
   }
   if (status == AVI_OK && config.nLength <= buffer.size()) config.bytes = buffer.first(config.nLength);
   return config;
+}
+
+std::vector<uint8_t> MediaFile::WholeConfig(uint32_t track) const {
+  std::vector<uint8_t> buffer(1 << 16);
+  SConfig config = ReadConfig(track, buffer);
+  if (config.nLength > buffer.size()) {
+    buffer.resize(config.nLength);
+    config = ReadConfig(track, buffer);
+  }
+  buffer.resize(config.bytes.size());
+  return buffer;
 }
 
 bool Host::UnitBuffer::Reserve(size_t bytes) {

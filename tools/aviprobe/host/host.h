@@ -62,6 +62,9 @@ struct RefusedError : HostError {
   int nStatus;
 };
 
+/// Whether seeks move a track, by its record.
+bool HasSeeks(const TrackInfo& info);
+
 /// A file opened through the parser.
 class MediaFile {
  public:
@@ -92,6 +95,8 @@ class MediaFile {
     std::span<const uint8_t> bytes;  ///< in the buffer that was given; empty when it is larger than that
   };
   SConfig ReadConfig(uint32_t track, std::span<uint8_t> buffer) const;
+  /// The same, however long it is.
+  std::vector<uint8_t> WholeConfig(uint32_t track) const;
 
  private:
   std::string m_sPath;

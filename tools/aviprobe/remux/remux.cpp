@@ -31,17 +31,6 @@ SFileMap MapWhole(const std::string& path) {
   return MapFile(source, path);
 }
 
-std::vector<uint8_t> ReadConfig(const MediaFile& file, uint32_t track) {
-  std::vector<uint8_t> buffer(1 << 16);
-  MediaFile::SConfig config = file.ReadConfig(track, buffer);
-  if (config.nLength > buffer.size()) {
-    buffer.resize(config.nLength);
-    config = file.ReadConfig(track, buffer);
-  }
-  buffer.resize(config.bytes.size());
-  return buffer;
-}
-
 /// One file on its way into a copy.
 class Copy {
  public:
@@ -78,7 +67,7 @@ class Copy {
       if (track >= m_Map.streams.size()) throw HostError(m_Job.sInput + ": the headers of its streams cannot be read");
       ForTrack(track, [&] {
         m_Lanes.push_back(
-            std::make_unique<Lane>(m_Host, m_Job, track, m_Map.streams[track], ReadConfig(m_File, track)));
+            std::make_unique<Lane>(m_Host, m_Job, track, m_Map.streams[track], m_File.WholeConfig(track)));
       });
     }
     if (m_Lanes.empty() && !m_Map.IsAvi()) throw HostError(m_Job.sInput + ": not an AVI file");
