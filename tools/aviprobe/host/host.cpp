@@ -17,10 +17,6 @@ namespace {
 
 constexpr int kMaxEmptyReads = 1000;  // in a row; a real host would hang on a track that exceeds them
 
-/// Without an index the library walks through the file once. What it adds to the units, such as parameter sets in front
-/// of small pictures, is within this; a read that would block can make it begin again at the same place for ever.
-constexpr uint64_t kMostTimesTheFile = 16;
-
 const TrackInfo kNoTrack{};
 
 struct SPull {
@@ -128,6 +124,10 @@ MediaFile::SConfig MediaFile::ReadConfig(uint32_t track, std::span<uint8_t> buff
   return config;
 }
 
+bool MediaFile::Repeats(uint32_t track, uint64_t bytes) const {
+  return !HasSeeks(Track(track)) && bytes / kMostTimesTheFile > static_cast<uint64_t>(Source().Size());
+}
+
 std::vector<uint8_t> MediaFile::WholeConfig(uint32_t track) const {
   std::vector<uint8_t> buffer(1 << 16);
   SConfig config = ReadConfig(track, buffer);
@@ -209,13 +209,12 @@ SPullResult Host::PullTrack(const MediaFile& file, uint32_t track,
   if (type == AVI_TRACK_AUDIO) file.Parser().Seek(0, AVI_TRACK_AUDIO, 0);
   if (HasSeeks(file.Track(track))) return Pull(file, type, onUnit);
 
-  const uint64_t most = kMostTimesTheFile * static_cast<uint64_t>(std::max<int64_t>(file.Source().Size(), 1));
   uint64_t bytes = 0;
   bool wanted = true;
   SPullResult result = Pull(file, type, [&](const SUnit& unit) {
     bytes += unit.payload.size();
     wanted = onUnit(unit);
-    return wanted && bytes <= most;
+    return wanted && !file.Repeats(track, bytes);
   });
   if (result.ending == Ending::kStopped && wanted) {
     result.ending = Ending::kStalled;

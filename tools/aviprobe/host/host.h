@@ -62,6 +62,10 @@ struct RefusedError : HostError {
   int nStatus;
 };
 
+/// Without an index the library walks through the file once. What it adds to the units, such as parameter sets in front
+/// of small pictures, is within this; a read that would block can make it begin again at the same place for ever.
+constexpr uint64_t kMostTimesTheFile = 16;
+
 /// Whether seeks move a track, by its record.
 bool HasSeeks(const TrackInfo& info);
 
@@ -88,6 +92,9 @@ class MediaFile {
   void CheckPlays(uint32_t track) const;
   /// Tells the parser which track of its type to play from now on. Moves no cursor.
   void Select(uint32_t track) const;
+
+  /// Whether units of so many bytes are more than a walk through the file gives. See kMostTimesTheFile.
+  bool Repeats(uint32_t track, uint64_t bytes) const;
 
   /// What the decoder of a track needs before the first unit. Selects the track.
   struct SConfig {

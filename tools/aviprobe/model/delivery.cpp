@@ -48,11 +48,11 @@ std::string Missing(const SFileMap& map, const FileFacts& facts, const SDelivery
   return fmt::format("{} of {} {}", shortfall.nMissing, shortfall.nPresent, video ? "pictures" : "ms of sound");
 }
 
-std::string WhyMissing(const SFileMap& map, const SHostOptions& options) {
+std::string WhyMissing(const SFileMap& map, const FileFacts& facts, const SHostOptions& options) {
   if (options.failure || options.nBlockEvery || options.nChunkBytes || options.bStreaming) {
     return ": the source was made a bad one";
   }
-  const bool helps = HasIndex(map) && !options.hiddenChunks && FileFacts(map, nullptr).PlaysUnindexed();
+  const bool helps = HasIndex(map) && !options.hiddenChunks && facts.PlaysUnindexed();
   return helps ? ": its index leaves them out; --ignore-index plays without it" : "";
 }
 
@@ -73,7 +73,7 @@ bool Presence::ComplainOfMissing(const SDelivery& delivery) {
   const std::string missing = Missing(Map(), Facts(), delivery);
   if (missing.empty()) return false;
   PrintError(fmt::format("{}: track {}: {} were not delivered{}", m_sPath, delivery.nTrack, missing,
-                         WhyMissing(Map(), m_Host.Options())));
+                         WhyMissing(Map(), Facts(), m_Host.Options())));
   return true;
 }
 

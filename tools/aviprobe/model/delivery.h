@@ -22,7 +22,7 @@ struct SDelivery {
 /// no more than a picture or half a second, as ends of files cost. Of text nothing is known.
 std::string Missing(const SFileMap& map, const FileFacts& facts, const SDelivery& delivery);
 /// Why, as far as there is something to do about it, as the end of a sentence; may be empty.
-std::string WhyMissing(const SFileMap& map, const SHostOptions& options);
+std::string WhyMissing(const SFileMap& map, const FileFacts& facts, const SHostOptions& options);
 
 /// What stands in a file. It is read when first asked for: in a long file the walk would hold up the first units.
 class Presence {

@@ -40,7 +40,8 @@ class Copy {
   SRemuxed Run() {
     MakeLanes();
     if (std::none_of(m_Lanes.begin(), m_Lanes.end(), [](const auto& lane) { return lane->Result().nUnits > 0; })) {
-      throw CopyError(m_Job.sInput + ": nothing of it is delivered" + WhyMissing(m_Map, m_Host.Options()));
+      throw CopyError(m_Job.sInput + ": nothing of it is delivered" +
+                      WhyMissing(m_Map, FileFacts(m_Map, nullptr), m_Host.Options()));
     }
     Muxer muxer(m_Job);
     for (const auto& lane : m_Lanes) muxer.AddStream(lane->Parameters());
@@ -185,7 +186,7 @@ class Copy {
           Missing(m_Map, facts, {track.nTrack, track.nType, track.nCodecId, track.nUnits, track.nBytes});
       if (missing.empty()) continue;
       AddTrouble(fmt::format("track {}: {} are not in the copy{}", track.nTrack, missing,
-                             WhyMissing(m_Map, m_Host.Options())));
+                             WhyMissing(m_Map, facts, m_Host.Options())));
     }
   }
 

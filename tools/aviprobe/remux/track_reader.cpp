@@ -1,5 +1,7 @@
 #include "tools/aviprobe/remux/track_reader.h"
 
+#include <fmt/format.h>
+
 #include "tools/aviprobe/host/core_view.h"
 #include "tools/aviprobe/model/key_unit.h"
 #include "tools/aviprobe/model/playback.h"
@@ -32,11 +34,8 @@ AvPacket TrackReader::Next() {
   const std::span<const uint8_t> bytes(packet->data, static_cast<size_t>(packet->size));
   ++m_Facts.nUnits;
   m_Facts.nBytes += bytes.size();
-  // As in Host::PullTrack: without an index a source that blocks can make the library repeat for ever.
-  constexpr uint64_t kMostTimesTheFile = 16;
-  const bool seeks = m_Facts.nType == AVI_TRACK_VIDEO ? Info().video.bSeekable : Info().audio.bSeekable;
-  if (!seeks && m_Facts.nBytes / kMostTimesTheFile > static_cast<uint64_t>(m_File.Source().Size())) {
-    throw HostError("more than 16 times the file's bytes came, and no end");
+  if (m_File.Repeats(m_Facts.nTrack, m_Facts.nBytes)) {
+    throw HostError(fmt::format("more than {} times the file's bytes came, and no end", kMostTimesTheFile));
   }
   m_Facts.nHash = AddUnitHash(Hash(bytes), m_Facts.nHash);
   return packet;
