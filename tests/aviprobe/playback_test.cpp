@@ -5,6 +5,7 @@
 
 #include <filesystem>
 
+#include "tests/aviprobe/run_tool.h"
 #include "tests/aviprobe/temp_file.h"
 #include "tools/aviprobe/host/isolation.h"
 
@@ -33,20 +34,6 @@ SHostOptions Options() {
 SPlayback PlayFile(const AviFile& file, const SHostOptions& options = Options()) {
   const TempFile temp(file.bytes);
   return Play(Host(options), temp.Path());
-}
-
-/// What the tool prints, and its exit code.
-struct SRun {
-  std::string sOutput;
-  int nExit = -1;
-};
-SRun RunTool(const std::string& arguments) {
-  SRun run;
-  std::FILE* pipe = popen((ZU_AVIPROBE_PATH " " + arguments + " 2>&1").c_str(), "r");
-  char bytes[4096];
-  for (size_t count; (count = fread(bytes, 1, sizeof bytes, pipe)) > 0;) run.sOutput.append(bytes, count);
-  run.nExit = WEXITSTATUS(pclose(pipe));
-  return run;
 }
 
 /// A file on which the library ends the process: too small a movi list for its own type.

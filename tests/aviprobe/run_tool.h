@@ -15,7 +15,7 @@ struct SRun {
 /// Runs the tool that was built. @param arguments  as a shell takes them.
 inline SRun RunTool(const std::string& arguments) {
   SRun run;
-  FILE* pipe = popen((std::string(ZU_AVIPROBE_PATH) + " " + arguments + " 2>&1").c_str(), "r");
+  FILE* pipe = popen((ZU_AVIPROBE " " + arguments + " 2>&1").c_str(), "r");
   if (!pipe) return run;
   std::array<char, 4096> block;
   for (size_t n; (n = fread(block.data(), 1, block.size(), pipe)) > 0;) run.sOutput.append(block.data(), n);
