@@ -7,7 +7,7 @@
 
 namespace {
 
-CLI::Validator Within(SRange range) { return CLI::Range(range.low, range.high).description(""); }
+CLI::Validator Within(SNumberRange range) { return CLI::Range(range.low, range.high).description(""); }
 
 }  // namespace
 
@@ -50,12 +50,12 @@ CommandOption CommandOptions::Text(const std::string& name, std::string* text, c
   return CommandOption(m_Command->add_option(name, *text, help)->type_name(type));
 }
 
-CommandOption CommandOptions::Number(const std::string& name, unsigned* number, SRange range, const std::string& type,
-                                     const std::string& help) {
+CommandOption CommandOptions::Number(const std::string& name, unsigned* number, SNumberRange range,
+                                     const std::string& type, const std::string& help) {
   return CommandOption(m_Command->add_option(name, *number, help)->type_name(type)->check(Within(range)));
 }
 
-CommandOption CommandOptions::Number(const std::string& name, int* number, SRange range, const std::string& type,
+CommandOption CommandOptions::Number(const std::string& name, int* number, SNumberRange range, const std::string& type,
                                      const std::string& help) {
   return CommandOption(m_Command->add_option(name, *number, help)->type_name(type)->check(Within(range)));
 }

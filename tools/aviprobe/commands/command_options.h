@@ -16,7 +16,7 @@ class Option;
 
 constexpr int64_t kMaxInt = std::numeric_limits<int32_t>::max();
 
-struct SRange {
+struct SNumberRange {
   int64_t low, high;
 };
 
@@ -47,9 +47,9 @@ class CommandOptions {
   CommandOption Flag(const std::string& name, bool* flag, const std::string& help);
   CommandOption Text(const std::string& name, std::string* text, const std::string& type, const std::string& help);
   /// Whole numbers of a range. An unsigned option alone would take a minus sign as a huge number.
-  CommandOption Number(const std::string& name, unsigned* number, SRange range, const std::string& type,
+  CommandOption Number(const std::string& name, unsigned* number, SNumberRange range, const std::string& type,
                        const std::string& help);
-  CommandOption Number(const std::string& name, int* number, SRange range, const std::string& type,
+  CommandOption Number(const std::string& name, int* number, SNumberRange range, const std::string& type,
                        const std::string& help);
   /// The number of a track.
   CommandOption Track(const std::string& name, std::optional<uint32_t>* track, const std::string& help);

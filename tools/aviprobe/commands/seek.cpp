@@ -35,7 +35,7 @@ bool ComplainOfLost(const Host& host, uint32_t track, const SSeekOptions& option
   progress.Stage(fmt::format("playing track {} to see where it ends", track));
   const MediaFile file = host.Open(path);  // the other one stands where the seek led
   const TrackInfo& info = file.Track(track);
-  SDelivery delivery{track, info.nTrackType, info.nCodecId};
+  STrackDelivery delivery{track, info.nTrackType, info.nCodecId};
   uint64_t lastMs = 0;
   host.PullTrack(file, track, [&](const SUnit& unit) {
     ++delivery.nUnits;

@@ -13,7 +13,7 @@ struct SShortfall {
   uint64_t nMissing = 0, nPresent = 0;  ///< pictures; of sound milliseconds
 };
 
-SShortfall MissingPictures(const SFileMap& map, const STrackFacts& facts, const SDelivery& delivery) {
+SShortfall MissingPictures(const SFileMap& map, const STrackFacts& facts, const STrackDelivery& delivery) {
   const auto present = static_cast<uint64_t>(std::count_if(facts.chunks.begin(), facts.chunks.end(), [&](uint32_t i) {
     return IsUnit(map.Chunk(i)) && map.Chunk(i).nSize;
   }));
@@ -25,7 +25,7 @@ SShortfall MissingPictures(const SFileMap& map, const STrackFacts& facts, const 
   return {present > delivered + 1 ? present - delivered : 0, present};
 }
 
-SShortfall MissingSound(const STrackFacts& facts, const SDelivery& delivery) {
+SShortfall MissingSound(const STrackFacts& facts, const STrackDelivery& delivery) {
   constexpr uint64_t kWorthMs = 500;
   const bool narrowed = delivery.nCodecId == AVI_CODEC_PCM && facts.pHeader->BitsPerSample() == 24;
   const uint64_t expected = narrowed ? facts.present.nBytes / 3 * 2 : facts.present.nBytes;
@@ -39,7 +39,7 @@ bool HasIndex(const SFileMap& map) { return map.idx1 || !map.superSlots.empty() 
 
 }  // namespace
 
-std::string Missing(const SFileMap& map, const FileFacts& facts, const SDelivery& delivery) {
+std::string Missing(const SFileMap& map, const FileFacts& facts, const STrackDelivery& delivery) {
   const bool video = delivery.nType == AVI_TRACK_VIDEO;
   if (delivery.nTrack >= facts.Tracks().size() || (!video && delivery.nType != AVI_TRACK_AUDIO)) return "";
   const STrackFacts& there = facts.Tracks()[delivery.nTrack];
@@ -69,7 +69,7 @@ const FileFacts& Presence::Facts() {
   return *m_Facts;
 }
 
-bool Presence::ComplainOfMissing(const SDelivery& delivery) {
+bool Presence::ComplainOfMissing(const STrackDelivery& delivery) {
   const std::string missing = Missing(Map(), Facts(), delivery);
   if (missing.empty()) return false;
   PrintError(fmt::format("{}: track {}: {} were not delivered{}", m_sPath, delivery.nTrack, missing,

@@ -12,7 +12,7 @@
 // Whether what the library ended well is all that the file has: a damaged index looks like the end of a track.
 
 /// What came of a track.
-struct SDelivery {
+struct STrackDelivery {
   uint32_t nTrack = 0;
   uint32_t nType = 0, nCodecId = 0;
   uint64_t nUnits = 0, nBytes = 0;
@@ -20,7 +20,7 @@ struct SDelivery {
 
 /// What of a track is in the file and did not come: "30 of 60 pictures", "900 of 2000 ms of sound"; empty when that is
 /// no more than a picture or half a second, as ends of files cost. Of text nothing is known.
-std::string Missing(const SFileMap& map, const FileFacts& facts, const SDelivery& delivery);
+std::string Missing(const SFileMap& map, const FileFacts& facts, const STrackDelivery& delivery);
 /// Why, as far as there is something to do about it, as the end of a sentence; may be empty.
 std::string WhyMissing(const SFileMap& map, const FileFacts& facts, const SHostOptions& options);
 
@@ -31,7 +31,7 @@ class Presence {
 
   const SFileMap& Map();
   /// Says on stderr what of a track did not come. @return whether it is something.
-  bool ComplainOfMissing(const SDelivery& delivery);
+  bool ComplainOfMissing(const STrackDelivery& delivery);
   /// How long a track's chunks last; 0 when nothing tells.
   uint64_t Ms(uint32_t track);
 
