@@ -664,7 +664,7 @@ const SNameRow kNames[] = {
     {.name = "Plain", .path = "films/a.avi", .shown = "films/a.avi"},
     {.name = "Space", .path = "my film.avi", .shown = "'my film.avi'"},
     {.name = "Quote", .path = "it's.avi", .shown = "'it'\\''s.avi'"},
-    {.name = "LikeAnOption", .path = "--json", .shown = "FILE"},
+    {.name = "LikeAnOption", .path = "--json", .shown = "./--json"},
     {.name = "ControlCharacter", .path = "a\x1b.avi", .shown = "FILE"},
 };
 INSTANTIATE_TEST_SUITE_P(Check, AdviceName, testing::ValuesIn(kNames), [](const auto& row) { return row.param.name; });

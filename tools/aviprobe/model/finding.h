@@ -39,7 +39,7 @@ const SFindingKind& FindingKind(std::string_view code);
 /// "note", "warning", "error".
 const char* SeverityName(ESeverity severity);
 
-/// Advice with the file's name for FILE, as a shell takes it; a name that would need care there leaves FILE.
+/// Advice with the file's name for FILE, as a shell takes it; one with control characters leaves FILE.
 std::string NameFile(std::string advice, std::string_view path);
 
 /// What is to be said of a file, the worst first, then by offset, those of no offset last; `playback` null: nothing was

@@ -27,6 +27,15 @@ bool DeliversBehind(const SPlayback& playback, int64_t offset) {
   });
 }
 
+/// A name as one word of a command, in quotes where a shell would take it apart.
+std::string ForShell(const std::string& name) {
+  const auto isPlain = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || std::strchr("/._-+", c); };
+  if (std::all_of(name.begin(), name.end(), isPlain)) return name;
+  std::string quoted(1, '\'');
+  for (const char c : name) quoted.append(c == '\'' ? "'\\''" : std::string(1, c));
+  return quoted.append(1, '\'');
+}
+
 }  // namespace
 
 Findings::Findings(const SFileMap& map, const SPlayback* playback, const FileFacts& facts)
@@ -74,14 +83,8 @@ void Findings::Add(std::string_view code, const STally& tally, std::optional<int
 
 std::string NameFile(std::string advice, std::string_view path) {
   constexpr std::string_view kFile = "FILE";
-  if (path.empty() || path[0] == '-' || Printable(path) != path) return advice;
-  std::string name(path);
-  const auto isPlain = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || std::strchr("/._-+", c); };
-  if (!std::all_of(path.begin(), path.end(), isPlain)) {
-    name = "'";
-    for (const char c : path) name += c == '\'' ? "'\\''" : std::string(1, c);
-    name += "'";
-  }
+  if (path.empty() || Printable(path) != path) return advice;
+  const std::string name = ForShell((path[0] == '-' ? "./" : "") + std::string(path));
   for (size_t at = 0; (at = advice.find(kFile, at)) != std::string::npos; at += name.size()) {
     advice.replace(at, kFile.size(), name);
   }
