@@ -386,6 +386,8 @@ const struct {
 TEST(AviParser, WhatIsSafeIsSafeInEveryState) {
   Destroy(nullptr);
   MemorySource movie(Movie()), empty(AviBuilder().Build()), refused(Chunk("JUNK", "no movie"));
+  MemorySource wave(Riff("WAVE", Join({Chunk("fmt ", Bytes(16)), Chunk("data", "sound")})));
+  MemorySource stub(Head(Riff("AVI ", ""), 11));
   const struct {
     const char* name;
     std::vector<IDataSource*> opens;
@@ -395,6 +397,8 @@ TEST(AviParser, WhatIsSafeIsSafeInEveryState) {
       {.name = "new", .opens = {}, .closes = 0, .with = false},
       {.name = "refused", .opens = {&movie, &refused}, .closes = 0, .with = false},
       {.name = "without streams", .opens = {&movie, &empty}, .closes = 0, .with = false},
+      {.name = "another RIFF form", .opens = {&movie, &wave}, .closes = 0, .with = false},
+      {.name = "11 bytes", .opens = {&movie, &stub}, .closes = 0, .with = false},
       {.name = "opened", .opens = {&movie}, .closes = 0, .with = true},
       {.name = "opened after a refusal", .opens = {&refused, &movie}, .closes = 0, .with = true},
       {.name = "closed, never opened", .opens = {}, .closes = 1, .with = false},

@@ -20,7 +20,11 @@ enum : uint32_t {
   AVI_CODEC_UNKNOWN_VIDEO = 100,
   /// Bitmap subtitles, DXSB and DXSA; one unit is one picture with its times.
   AVI_CODEC_TEXT = 100,
-  /// MPEG-1 and MPEG-2 video, ISO/IEC 11172-2 and 13818-2. Pictures that the file cut anywhere are joined again.
+  /// MPEG-1 and MPEG-2 video, ISO/IEC 11172-2 and 13818-2. In a file with an index, pictures that it cut anywhere are
+  /// joined again; that it did so is seen in the track's first 10 chunks. A unit may hold several pictures then, and
+  /// its time counts chunks. What stands in front of the first picture, as a rule a sequence header, is not delivered:
+  /// the decoder begins at a later one. Where not every chunk is marked as a key frame, the first unit after Open and
+  /// after a seek may be put together from pieces of two pictures.
   AVI_CODEC_MPEG12 = 101,
   /// MPEG-4 Visual, ISO/IEC 14496-2, as most of its FourCCs mean it; MP4V, DIVX, DIVX5, DXMF and XVID are the same
   /// bitstream under their writers' FourCCs.
@@ -68,7 +72,8 @@ enum : uint32_t {
 
   // Audio. "Re-cut" sound comes in frames or blocks of the parser's making, other sound chunk by chunk.
 
-  /// PCM whose byte rate is below its sample rate, which cannot be. The track is kept, nothing can play it.
+  /// PCM, or a format of an unknown tag, whose byte rate is below its sample rate. PCM cannot have that, so it is as a
+  /// rule compressed sound that is not known here. Comes chunk by chunk, but no call tells the tag.
   AVI_CODEC_AUDIO_DISABLED = 200,
   /// ISO/IEC 14496-3. The AudioSpecificConfig, if the file has one, comes from GetAudioConfig, behind 22 bytes of a
   /// WAVEFORMATEXTENSIBLE. Comes chunk by chunk, with ADTS headers or without as the file has it.

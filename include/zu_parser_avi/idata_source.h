@@ -30,8 +30,10 @@ class IDataSource {
   /// later.
   /// @param length  [out] bytes; never null, and holds 0. 0 means unknown. With IsStreaming non-zero the item then ends
   ///                at the size that its first RIFF group declares: the count starts behind the group's 8 bytes of
-  ///                header, so the group's last 8 bytes are not read, nor are further groups of an OpenDML file. With
-  ///                IsStreaming 0 Open refuses. A negative length opens as an item without tracks.
+  ///                header, so the group's last 8 bytes are not read (often the last entry of its index), nor are
+  ///                further groups of an OpenDML file, whose super indexes are not used either. A group of size 0, as
+  ///                a live recorder writes it, is refused. With IsStreaming 0 Open refuses. A negative length opens
+  ///                as an item without tracks.
   /// @return ignored.
   virtual int GetSize(int64_t* length) = 0;
 
@@ -46,14 +48,18 @@ class IDataSource {
   /// @param length  [in] 0 to 0x7FFFFFFF; a chunk of size 0 is read too. [out] the count, cut to what was asked for
   ///                when it is more. Ignored when the result is negative, so it need not be written then.
   /// @return 0 or positive: success. With `*length` 0 it is the end of the data: a chunk that should have had bytes
-  ///         ends its track with AVI_END_OF_STREAM once, and the call after that goes on behind it.
+  ///         ends its track with AVI_END_OF_STREAM once, and the call after that goes on behind it. Right after Open
+  ///         or a seek up to 11 such chunks are passed over instead; in joined MPEG-1/2 pictures they count as empty.
   /// @return AVI_SOURCE_WOULD_BLOCK: nothing yet. A data operation tries up to 210 times without a pause (of MPEG-1/2
   ///         pictures that are spread over chunks, right after Open or a seek, up to 1071 times) and then returns 0
-  ///         with length 0. With an index nothing is lost. Without one the position may be, and the track then ends
-  ///         early: such a source rather waits in here.
-  /// @return AVI_END_OF_STREAM or any other negative value: a failed read, for the host AVI_IO_ERROR. Open takes every
-  ///         negative value for a failure: it refuses, or goes on without the header or index that it was reading. So
-  ///         wait in here while Open runs.
+  ///         with length 0. With an index no chunk is lost, but a start whose first call blocks may suffer: joined
+  ///         MPEG-1/2 may then begin with another picture than an I picture, H.263 and Theora too, and sound may have
+  ///         one wrong time. Without an index the position may be lost, and the track then ends early. Where that
+  ///         matters a source waits in here.
+  /// @return AVI_END_OF_STREAM or any other negative value: a failed read, for the host AVI_IO_ERROR, but
+  ///         AVI_END_OF_STREAM in search of the first picture of a file without an index. Open takes every negative
+  ///         value for a failure: it refuses, or goes on without the header or index that it was reading. So wait in
+  ///         here while Open runs.
   virtual int ReadAt(int64_t offset, void* buffer, uint64_t* length) = 0;
 
   virtual int Reserved6() { return 0; }  ///< Never called. @return anything

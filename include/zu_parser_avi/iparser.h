@@ -39,8 +39,10 @@ enum MetaDataType : int {};
 /// time, a seek or a next key frame is counted from; offsets near 2^63, which take a source that claims to have bytes
 /// there. A host that opens files of strangers does so in a process that it can start again.
 ///
-/// **Numbers.** Times are milliseconds from the start of the movie, 0 to 0xFFFFFFFE. Results leave the upper half of
-/// an `unsigned long` 0. Buffer sizes above 0xFFFFFFFF count as that; of a time to seek only the lower 32 bits count.
+/// **Numbers.** Times are milliseconds from the start of the movie, 0 to 0xFFFFFFFE; those of re-cut sound pass that
+/// where a file declares an absurd byte rate, so the status alone tells the end. But for them results leave the upper
+/// half of an `unsigned long` 0. Buffer sizes above 0xFFFFFFFF count as that; of a time to seek only the lower 32 bits
+/// count.
 ///
 /// **Slots.** The order of the virtual functions is an ABI with the host: never insert, remove or reorder one. Slots 0
 /// and 1 are the destructor's, 2 is Open, the rest follow as declared. Where this class gives a body here, the parser
@@ -49,16 +51,20 @@ enum MetaDataType : int {};
 /// **Data operations**, GetAudioData, GetVideoData and GetTextData, share these arguments:
 /// - `buf`: the host's memory of `maxLen` bytes. It may be written in full whatever the result, never beyond.
 /// - `len`: [out] bytes of the unit at `buf`; 0 unless the result is AVI_OK.
-/// - `ts`: [out] the unit's time in milliseconds. Meaningful with a unit; 0xFFFFFFFF with AVI_END_OF_STREAM.
+/// - `ts`: [out] the unit's time in milliseconds. Meaningful with a unit; 0xFFFFFFFF with AVI_END_OF_STREAM. A unit of
+///   re-cut sound that is made of several chunks has the time of the one read last, at the very start too: later than
+///   its first byte by up to two frames, or two blocks of PCM. Where sound has to meet the picture to the millisecond,
+///   count its bytes or frames instead.
 /// - `maxLen`: bytes at `buf`. A unit above it is not cut but looks like the end of the track. It stays in place and
 ///   comes with a larger buffer, so a host that is not sure asks once more with, say, twice the bytes.
 ///
 /// **Which size suffices.** None is announced. Video, text and sound that is passed on as it is need the largest chunk
-/// of the track, never more than the file. Re-cut sound (MPEG audio, AC-3, E-AC-3, PCM, mu-law) needs the largest chunk
-/// too, though its units are far smaller, and 1 MiB suffices: a chunk passes through 1 MiB together with what is held
-/// of the one before. One above some 990 KiB may not fit there and then ends the track, whatever the buffer. Two kinds
-/// do not come again: a picture joined from several MPEG-1/2 chunks (1 MiB at most) is lost when it is above `maxLen`,
-/// and a re-cut frame is cut off there.
+/// of the track, never more than the file; but an index that declares a larger one ends the track for any buffer below
+/// that. Re-cut sound (MPEG audio, AC-3, E-AC-3, PCM, mu-law) needs the largest chunk too, though its units are far
+/// smaller, and 1 MiB suffices: a chunk passes through 1 MiB together with what is held of the one before. One above
+/// some 990 KiB may not fit there, and looks like the end whatever the buffer. Two kinds do not come again: a picture
+/// joined from several MPEG-1/2 chunks (1 MiB at most) is lost when it is above `maxLen`, and a re-cut frame is cut off
+/// there.
 ///
 /// They also share these results:
 /// - AVI_OK with `*len` above 0: a unit.
@@ -66,9 +72,11 @@ enum MetaDataType : int {};
 ///   source would block. Ask again, after a pause if the source blocks; every other such call moves on. Without a track
 ///   of the kind this is the answer for ever: ask only for kinds that a record describes, and give up after, say, a
 ///   thousand in a row.
-/// - AVI_END_OF_STREAM: the end, or a unit above `maxLen`, or one of which the source has no byte. Stays until a seek
-///   but for two cases: one more unit of re-cut sound may come with the next call, and where the source had no byte the
-///   next call goes on behind it, which in a file that was cut off is the end again.
+/// - AVI_END_OF_STREAM: the end, or a unit above `maxLen`, or one of which the source has no byte. As a rule it stays
+///   until a seek, but ask once more. The next call may bring one more unit of re-cut sound. It goes on behind a unit
+///   of which the source had no byte, which in a file that was cut off is the end again, and behind a joined picture
+///   above `maxLen`. Without an index it repeats a search for the first picture that ended like this because the source
+///   failed or blocked.
 /// - AVI_IO_ERROR: the source failed. Calling again repeats the read when the file has an index.
 /// - AVI_OUT_OF_MEMORY: give this track up; the others play on.
 class IParser {
@@ -89,8 +97,10 @@ class IParser {
   ///
   /// @param source  the host's, not null, and not to be destroyed before Close or another Open. AVI_OPEN_FAILED for
   ///                null, the item opened before staying as it was.
-  /// @return 0, also for a file without streams (GetTrackCount is 0 then) and for a file whose streams nobody can
-  ///         decode; AVI_OPEN_FAILED when the container cannot be parsed or memory is out: play it with something else.
+  /// @return 0, also for a file whose streams nobody can decode, and for one without any (GetTrackCount is 0 then). An
+  ///         item of 1 to 11 bytes is such a one, and so is another RIFF file, a WAV say, for its form is not looked
+  ///         at: a host that has other parsers tries them where there is no track. AVI_OPEN_FAILED when the container
+  ///         cannot be parsed or memory is out: play it with something else.
   virtual int Open(IDataSource* source) = 0;
 
   /// Opens nothing.
@@ -156,8 +166,9 @@ class IParser {
   virtual int GetAudioData(unsigned char* buf, unsigned long* len, unsigned long* ts, unsigned long maxLen) = 0;
 
   /// The decoder configuration of the video track: what stands behind the 40 bytes of the file's BITMAPINFOHEADER (of
-  /// the last video stream, when there are several) or else, for MPEG-4 Visual in a file with an index, what precedes
-  /// the first picture; that one reads the source.
+  /// the last video stream with a FourCC that the parser knows, whichever is played) or else, for MPEG-4 Visual in a
+  /// file with an index, what precedes the first picture, or a VOL header made up from that picture when none does;
+  /// this reads the source.
   ///
   /// H.264 in a file with an index: until the host has taken the whole configuration, a unit that begins with an IDR
   /// slice gets the parameter sets of the file's first unit in front, up to 1000 bytes, when `maxLen` has room. Having
@@ -165,7 +176,8 @@ class IParser {
   ///
   /// @param buf  `cap` bytes of the host's; never written beyond them. Null counts as a `cap` of 0.
   /// @param len  [in, out] bytes of the whole configuration, which may be more than `cap`: come with a larger buffer
-  ///             then. 0: none, the decoder finds all in the units. Stays as it was without a video format: preset 0.
+  ///             then. 0: none, the decoder finds all in the units; or reading failed or would block, so ask again
+  ///             where the source may. Stays as it was without a video format: preset 0.
   /// @param cap  bytes at `buf`.
   /// @return 0.
   virtual int GetVideoConfig(unsigned char* buf, unsigned long* len, unsigned long cap) = 0;
@@ -268,7 +280,7 @@ class IParser {
   /// @{
 
   /// Finds the first video key frame at or behind the unit that is shown at `timeMs`. Moves nothing, reads nothing. Of
-  /// several video streams, subtitles among them, the last one decides.
+  /// several video streams, subtitles among them, the last one decides; where it has none the result is of no use.
   /// @param timeMs  milliseconds. Up to a unit's length behind a key frame's time that frame is the answer again, so to
   ///                go from one to the next add that length and 2 ms (42 in all at 25 frames a second).
   /// @return its time in milliseconds, which may be a little less than `timeMs`; 0 when none follows and without an
@@ -295,8 +307,9 @@ class IParser {
   /// @name Text, and slots that came later
   /// @{
 
-  /// The next sample of the selected text track. Without a text track it returns 0 and leaves `*len` and `*ts` as they
-  /// are: preset `*len` with 0.
+  /// The next sample of the selected text track. Without an index only chunks named like pictures (##dc, ##db) are
+  /// found; in a file that names them otherwise the first call walks the whole list, and the track is at its end.
+  /// Without a text track it returns 0 and leaves `*len` and `*ts` as they are: preset `*len` with 0.
   /// @param buf     as for all data operations: see the class.
   /// @param len     the same.
   /// @param ts      [in, out] subtitle samples carry their own times, so it comes back as the host gave it, in 32 bits

@@ -12,7 +12,7 @@
 struct SIndexEntry {
   uint64_t qwOffset;  ///< absolute file position of the chunk's data, behind its 8 bytes of header
   uint32_t dwSize;    ///< bits 0 to 30: bytes of data; bit 31 set: NOT a key frame (as in OpenDML index entries)
-  uint32_t reserved;  ///< 0
+  uint32_t reserved;  ///< 0; matching_idx leaves it as it was
 };
 static_assert(sizeof(void*) == 8, "libzu_parser_avi has no 32-bit interface: its records are those of 64-bit hosts");
 static_assert(sizeof(SIndexEntry) == 16, "index entry");
@@ -25,7 +25,7 @@ struct SIndex {
   uint32_t dwIdxNum;        ///< entries at aIdx
   SIndexEntry* aIdx;        ///< may be null although dwIdxNum is not 0, when the file's index broke off
   uint32_t dwMaxChunkSize;  ///< bytes of the largest chunk
-  uint32_t bOwnsEntries;    ///< private to the parser: aIdx is freed with this record, and no other stream has it
+  uint32_t bOwnsEntries;    ///< private to the parser: aIdx is freed with this record; others may share it
 };
 static_assert(sizeof(SIndex) == 24 && alignof(SIndex) == 8, "index");
 static_assert(offsetof(SIndex, dwIdxNum) == 0 && offsetof(SIndex, aIdx) == 8 &&

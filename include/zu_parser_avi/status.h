@@ -46,7 +46,8 @@ constexpr int AVI_SOURCE_WOULD_BLOCK = -11;
 /// The container could not be opened. What may follow is said at `IParser::Open`.
 constexpr int AVI_OPEN_FAILED = -1;
 
-/// The time that comes with AVI_END_OF_STREAM; real times end one below. Inner readers report it as a length too.
+/// The time that comes with AVI_END_OF_STREAM; real times end one below, but for those that IParser's "Numbers" names.
+/// Inner readers report it as a length too.
 constexpr uint32_t AVI_END_MARK = 0xFFFFFFFFu;
 
 #endif  // ZU_PARSER_AVI_STATUS_H_

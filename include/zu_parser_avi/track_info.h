@@ -9,8 +9,10 @@
 
 /// Values of `TrackInfo::nTrackType`, which tells the member of the union that counts.
 enum : uint32_t {
-  AVI_TRACK_NONE = 0,   ///< A stream that is neither video nor audio; the whole record is 0.
-  AVI_TRACK_VIDEO = 1,  ///< `video`. Only one is delivered, as IParser::GetVideoData says; others are only described.
+  AVI_TRACK_NONE = 0,  ///< A stream that is neither video nor audio; the whole record is 0.
+  /// `video`. Only one is delivered, as IParser::GetVideoData says; others are only described. An audio stream whose
+  /// format cannot be read is one too: codec 100, no size; where it comes first it takes the picture's place.
+  AVI_TRACK_VIDEO = 1,
   AVI_TRACK_AUDIO = 2,  ///< `audio`.
   AVI_TRACK_TEXT = 3,   ///< `text`: a video stream by its header that carries bitmap subtitles.
 };
@@ -26,10 +28,12 @@ struct TrackInfo {
 
   /// What counts for AVI_TRACK_VIDEO.
   struct Video {
-    uint32_t nWidth;      ///< pixels, 0 to 65535: the low half of biWidth
-    uint32_t nHeight;     ///< pixels, 0 to 65535: the low half of biHeight, of a negative (top-down) one too
-    uint32_t nUnused;     ///< 0
-    uint32_t nFrameRate;  ///< whole frames per second, rounded down: 29 for 29.97. Take times from the units
+    uint32_t nWidth;   ///< pixels, 0 to 65535: the low half of biWidth
+    uint32_t nHeight;  ///< pixels, 0 to 65535: the low half of biHeight, of a negative (top-down) one too
+    uint32_t nUnused;  ///< 0
+    /// Whole frames per second, rounded down: 29 for 29.97; 0x7FFFFFFF where the file divides by 0. Take times from
+    /// the units.
+    uint32_t nFrameRate;
     /// 1 when the file has an index that could be read, of all tracks; 0: only a seek to 0 moves anything.
     uint32_t bSeekable;
   };
