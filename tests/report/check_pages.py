@@ -93,7 +93,11 @@ class Browser:
         self.base = f"http://127.0.0.1:{started[1]}/session"
         options = {"args": ["--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage"]}
         wanted = {"browserName": "chrome", "goog:chromeOptions": options, "goog:loggingPrefs": {"browser": "ALL"}}
-        self.base += "/" + self.call("", {"capabilities": {"alwaysMatch": wanted}})["sessionId"]
+        try:
+            self.base += "/" + self.call("", {"capabilities": {"alwaysMatch": wanted}})["sessionId"]
+        except BaseException:
+            self.stop()  # it would keep the output open, and with it the test
+            raise
 
     def call(self, path, body=None, method="POST"):
         data = json.dumps(body or {}).encode() if method == "POST" else None
@@ -128,8 +132,11 @@ class Browser:
         try:
             self.call("", method="DELETE")
         finally:
-            self.driver.terminate()
-            self.driver.wait(timeout=10)
+            self.stop()
+
+    def stop(self):
+        self.driver.terminate()
+        self.driver.wait(timeout=10)
 
 
 class Checks:
