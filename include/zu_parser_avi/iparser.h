@@ -307,8 +307,9 @@ class IParser {
   /// @name Text, and slots that came later
   /// @{
 
-  /// The next sample of the selected text track. Without an index only chunks named like pictures (##dc, ##db) are
-  /// found; in a file that names them otherwise the first call walks the whole list, and the track is at its end.
+  /// The next sample of the selected text track. Without an index only chunks named like pictures, "01dc" or "01db" for
+  /// stream 1, are found; in a file that names them otherwise the first call walks the whole list, and the track is at
+  /// its end.
   /// Without a text track it returns 0 and leaves `*len` and `*ts` as they are: preset `*len` with 0.
   /// @param buf     as for all data operations: see the class.
   /// @param len     the same.
